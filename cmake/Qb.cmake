@@ -1,0 +1,71 @@
+# One library target a folder.
+#
+# qb_library(<target> USES <targets it may include and link> LINK <third-party libraries>)
+#
+# A folder's headers are seen only by the targets that list it under USES: each folder has an include
+# root of its own (a link farm in the build tree), and roots are not passed on. So `#include "engine/engine.h"`
+# in a target that does not list `engine` does not compile. cmake/CheckLayers.cmake guards what the
+# compiler cannot see: relative includes, Irrlicht and operating-system headers in the wrong folder.
+
+add_library(qb_flags INTERFACE)
+target_compile_options(qb_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+if(QB_SANITIZE)
+    target_compile_options(qb_flags INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
+                                              -fno-omit-frame-pointer -g1)
+    target_link_options(qb_flags INTERFACE -fsanitize=address,undefined)
+endif()
+
+# Puts a link <build>/include/<target>/<folder> -> <source folder> in place and names that root.
+function(qb_include_root target folder root)
+    set(base ${CMAKE_BINARY_DIR}/include/${target})
+    get_filename_component(parent ${base}/${folder} DIRECTORY)
+    file(MAKE_DIRECTORY ${parent})
+    file(CREATE_LINK ${CMAKE_SOURCE_DIR}/src/${folder} ${base}/${folder} SYMBOLIC)
+    set(${root} ${base} PARENT_SCOPE)
+endfunction()
+
+function(qb_library target)
+    cmake_parse_arguments(ARG "" "" "USES;LINK" ${ARGN})
+    file(RELATIVE_PATH folder ${CMAKE_SOURCE_DIR}/src ${CMAKE_CURRENT_SOURCE_DIR})
+    file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+    file(GLOB headers CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+    list(FILTER sources EXCLUDE REGEX "_windows\\.cpp$")
+    if(NOT sources)
+        return()
+    endif()
+    qb_include_root(${target} ${folder} root)
+    add_library(${target} STATIC ${sources} ${headers})
+    # A static library's private links reach the final link line, but not the include paths of its users.
+    target_include_directories(${target} PUBLIC ${root})
+    target_link_libraries(${target} PRIVATE qb_flags ${ARG_USES} ${ARG_LINK})
+    set_property(GLOBAL APPEND PROPERTY QB_HEADERS ${headers})
+    set_property(GLOBAL APPEND PROPERTY QB_TARGETS ${target})
+endfunction()
+
+function(qb_executable target)
+    cmake_parse_arguments(ARG "" "" "SOURCES;USES;LINK" ${ARGN})
+    add_executable(${target} ${ARG_SOURCES})
+    target_link_libraries(${target} PRIVATE qb_flags ${ARG_USES} ${ARG_LINK})
+endfunction()
+
+# qb_test(<name> SOURCES ... USES ... [LINK ...] [DISPLAY] [TIMEOUT seconds] [ENVIRONMENT VAR=value ...])
+# One GoogleTest executable, one ctest entry. DISPLAY runs it under a virtual X server of its own.
+function(qb_test name)
+    cmake_parse_arguments(ARG "DISPLAY" "TIMEOUT" "SOURCES;USES;LINK;ENVIRONMENT" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+    target_link_libraries(${name} PRIVATE qb_flags ${ARG_USES} ${ARG_LINK} GTest::gtest GTest::gtest_main)
+    target_compile_definitions(${name} PRIVATE QB_SOURCE_DIR="${CMAKE_SOURCE_DIR}"
+                                               QB_BINARY_DIR="${CMAKE_BINARY_DIR}")
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+    set(run ${name})
+    if(ARG_DISPLAY)
+        set(run ${CMAKE_SOURCE_DIR}/tests/with_display $<TARGET_FILE:${name}>)
+    endif()
+    add_test(NAME ${name} COMMAND ${run})
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 120)
+    endif()
+    set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT
+        "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/lsan.supp;${ARG_ENVIRONMENT}")
+endfunction()

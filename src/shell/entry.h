@@ -1,0 +1,4 @@
+#pragma once
+
+// The whole program; its result is the exit status.
+int qbMain(int argc, char** argv);

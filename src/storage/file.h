@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// The file layer under the scene and script readers. An open file is a record of functions; one process-wide
+// switch says what opening means.
+
+struct QbFile {
+    void* handle;
+    int (*seek)(QbFile* file, long offset, int origin);                    // 0, or non-zero
+    size_t (*read)(void* buffer, size_t size, size_t count, QbFile* file); // whole items read
+    int (*getc)(QbFile* file);                                             // signed character, or -1
+    char* (*gets)(char* buffer, int length, QbFile* file);                 // buffer, or null
+    long (*tell)(QbFile* file);                                            // position
+    int (*close)(QbFile* file);                                            // 0; frees the record
+};
+
+// Handle of a memory file.
+struct qbMemoryFile {
+    uint8_t* data;
+    int32_t size;
+    int32_t position; // 0 to size
+};
+
+enum { QB_FILE_STDIO = 0, QB_FILE_MEMORY = 1, QB_FILE_TAR = 2, QB_FILE_OWNED_TAR = 3 };
+
+// Opens the name behind the root, with the C library's mode. Null when it can not be opened or when the
+// switch holds an unknown number. Plain names resolve as platform/path.h says.
+QbFile* qbFileOpen(const char* name, const char* mode);
+
+int qbFileClose(QbFile* file);
+// Origins: 0 start, 1 current position, 2 end. A memory file counts origin 2 backwards: offset 10 stands ten
+// bytes before the end. A position outside the file is refused: non-zero, nothing moves.
+int qbFileSeek(QbFile* file, long offset, int origin);
+size_t qbFileRead(void* buffer, size_t size, size_t count, QbFile* file);
+int qbFileGetc(QbFile* file);
+// Plain files read a line as the C library does. Memory files and archive entries store line feeds up to and
+// with the first other character, and no terminator: they can not be read by lines.
+char* qbFileGets(char* buffer, int length, QbFile* file);
+long qbFileTell(QbFile* file);
+
+// Size in bytes, -1 on failure; the position stays.
+long qbFileSize(QbFile* file);
+// A memory file over a buffer that stays the caller's. Null without memory, or for a negative size.
+QbFile* qbFileOpenMemory(void* data, int32_t size);
+// Reads the whole of `file` into a memory file that owns its buffer; null on failure. `file` stays open.
+QbFile* qbFileReadAll(QbFile* file);
+// Opens, reads whole, closes: how the scene reader takes a file. Null on failure.
+QbFile* qbFileLoad(const char* name, const char* mode);
+// Bytes and size of a memory file.
+const uint8_t* qbFileData(const QbFile* file);
+int32_t qbFileDataSize(const QbFile* file);
+
+void qbFileUseStdio();
+void qbFileUseMemory();
+
+void qbFileSetSeparator(char separator);
+char qbFileSeparatorGet();
+void qbFileSetRoot(const char* path);    // 2047 characters at most; longer ones are refused with a message
+void qbFileRootAppend(const char* name); // likewise
+const char* qbFileRootGet();
+// The path cut at its last '/', or at its last backslash if it has no '/'; static buffer.
+const char* qbFileParent(const char* path);
