@@ -31,7 +31,7 @@ target_include_directories(qb_iniparser SYSTEM INTERFACE ${QB_INIPARSER_INCLUDE}
 
 qb_static_library(QB_FLTK_A fltk)
 add_library(qb_fltk INTERFACE)
-target_link_libraries(qb_fltk INTERFACE ${QB_FLTK_A} Xrender Xcursor Xfixes Xext Xft fontconfig Xinerama X11
+target_link_libraries(qb_fltk INTERFACE ${QB_FLTK_A} Xrandr Xrender Xcursor Xfixes Xext Xft fontconfig Xinerama X11
                                         Threads::Threads ${CMAKE_DL_LIBS} m)
 
 pkg_check_modules(QB_GST REQUIRED IMPORTED_TARGET gstreamer-1.0)

@@ -17,10 +17,18 @@ void qbChannelSampleTime(const QbScene* scene, float time, int32_t* first, int32
 // dumpquab_ext_vals_get_value, in constant time while numbers move forward through the channel's chunks.
 float qbChannelSample(const QbScene* scene, const QbChannelRef* channel, int32_t index);
 
+// The two samples that qbChannelSampleTime named, as two calls of qbChannelSample would give them. Sequential
+// play stays in constant time also when many frames fall between two samples.
+void qbChannelSamplePair(const QbScene* scene, const QbChannelRef* channel, int32_t first, int32_t second,
+                         float* firstValue, float* secondValue);
+
 // The channel at a time, linearly interpolated. 0.0 for an unbound channel.
 float qbChannelValue(const QbScene* scene, const QbChannelRef* channel, float time);
 // Three channels at one time, each on its own; returns `out`, three floats.
 float* qbChannelVector(float* out, const QbScene* scene, const QbChannelRef* channels, float time);
+
+// Toward zero; what does not fit is limited to the type's range, and NaN gives 0.
+int32_t qbTruncate(float value);
 
 // A surface parameter: its channel if bound, else its constant.
 float qbParamFloat(const QbScene* scene, const QbSurfaceParam* param, float time);

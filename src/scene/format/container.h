@@ -59,17 +59,42 @@ enum QbPropType {
     QB_PROP_FLOAT2 = 6,
 };
 
-// Called for every chunk of every container after its header was read and before its body is touched: depth
+// The four letters of a tag; bytes that do not print become '?'.
+struct QbTagText {
+    char text[5];
+};
+QbTagText qbTagText(uint32_t tag);
+
+enum {
+    // Channel groups nest this deep at most, the top-level ones being at depth 1; deeper ones are passed
+    // over.
+    QB_GROUP_NESTING_MAX = 256,
+    // The deepest parent that a callback is told of: the VALS of a CHAN of such a group.
+    QB_PARENT_DEPTH_MAX = QB_GROUP_NESTING_MAX + 2,
+};
+
+// What a chunk callback answers.
+enum QbChunkAnswer {
+    QB_CHUNK_WALK = 0,  // go on, into the chunk's body
+    QB_CHUNK_SKIP = 1,  // go on behind the chunk, its children unseen and unchecked; same as WALK in a dump
+    QB_CHUNK_STOP = -1, // end the walk with -1; the callback has said why
+};
+
+// Called for every chunk of every container after its header was read and before its body is walked: depth
 // and tag of the parent (0 and "QUAB" for top-level chunks), tag of the chunk, offset and size of its body.
-// The body lies inside the file. The callback leaves the file position alone; non-zero ends the walk with -1.
+// The body lies inside the file. The callback does not move the file.
 using QbChunkCallback = int (*)(QbFile* file, int depth, uint32_t parent, uint32_t tag, uint32_t position,
                                 uint32_t size);
 void qbIffSetChunkCallback(QbChunkCallback callback); // null means none
 
-// Walks one form of a memory file from its current position, printing through scene/format/dump.h.
-// 0, or -1 when the file is no scene or is damaged; a damaged NAME, FNAM or PROP ends the process with
-// status 1.
+// Walks one form of a memory file from its current position, printing through scene/format/dump.h, and leaves
+// the file behind the form. 0, or -1 when the file is no scene or is damaged: a message names the file and
+// the offset. A NAME, FNAM or PROP whose content disagrees with its size ends the process with status 1.
 int qbIffReadFile(QbFile* file);
+
+// As qbFileLoad, for a file that is to be walked. Null on failure: in silence when the file does not open,
+// with a message when it opens and can not be held whole (2 GiB and more).
+QbFile* qbIffLoad(const char* fileName);
 
 // Name under which messages about damage speak of the file being walked; null for none. Not copied.
 void qbIffSetFileName(const char* fileName);
@@ -79,14 +104,13 @@ void qbIffSetFileName(const char* fileName);
 using QbFatalHandler = void (*)(int status);
 void qbIffSetFatalHandler(QbFatalHandler handler);
 
-// --- reading an image by offsets, for callbacks and evaluation
-// ---------------------------------------------- `position` is a body offset as the callback got it, and
-// `size` that body's size; what lies outside the body reads as 0, 0.0 or null.
+// Reading an image by offsets, for callbacks and evaluation. `position` is a body offset as the callback got
+// it, and `size` that body's size; what lies outside the body or the image reads as 0, 0.0 or null. Strings
+// live as long as the image; a string without its zero inside the body is null.
 
-const char* qbIffString(const QbFile* file, uint32_t position,
-                        uint32_t size);                    // NAME, FNAM; null if unterminated
-uint32_t qbIffWord(const QbFile* file, uint32_t position); // 0 outside the image
-float qbIffFloat(const QbFile* file, uint32_t position);   // 0.0 outside the image
+const char* qbIffString(const QbFile* file, uint32_t position, uint32_t size); // NAME, FNAM
+uint32_t qbIffWord(const QbFile* file, uint32_t position);                     // 0 outside the image
+float qbIffFloat(const QbFile* file, uint32_t position);                       // 0.0 outside the image
 const char* qbIffPropName(const QbFile* file, uint32_t position, uint32_t size);
 // Word i of the value.
 int32_t qbIffPropInt(const QbFile* file, uint32_t position, uint32_t size, int i);
@@ -94,6 +118,6 @@ float qbIffPropFloat(const QbFile* file, uint32_t position, uint32_t size, int i
 const char* qbIffPropString(const QbFile* file, uint32_t position, uint32_t size);
 
 // Value of one sample of a channel, by its number from 0, from the offset of its VALS body. 0.0 past the last
-// sample. A foreign chunk prints a line on the standard output and gives 0.0. Walks the channel from its
-// start.
+// sample, for a negative number and where the chunks are damaged. A foreign chunk prints a line on the
+// standard output and gives 0.0. Walks the channel from its start.
 float dumpquab_ext_vals_get_value(const QbFile* file, uint32_t vals, int32_t index);

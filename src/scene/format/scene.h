@@ -9,14 +9,17 @@
 //
 // Only the scene format and its tests look in here; everything else asks through scene/format/tables.h.
 
-// Where the last fetch of a channel stood, so that the next one starts there. All offsets count from the
-// start of the image. Zero-filled means "nothing remembered".
+// The chunk that the last fetch of a channel stood in, checked then, so that the next one starts there. A
+// VALS body holds at most 65,535 bytes, so offsets inside it take 16 bits. Zero-filled means "nothing
+// remembered".
 struct QbChannelPlace {
-    uint32_t header;  // offset of the chunk's tag
-    uint32_t values;  // offset of its first value
-    int32_t first;    // number of the chunk's first sample
-    int32_t count;    // its samples
-    uint32_t literal; // 1 for VDAT, 0 for VRUN
+    int32_t first;   // number of the chunk's first sample
+    uint32_t count;  // its samples; first + count stays below 2^31
+    uint32_t held;   // of these, the ones whose value lies in the chunk: fewer in a damaged one
+    uint16_t values; // offset of the first value in the VALS body
+    uint16_t stride; // bytes from value to value: 4 in a VDAT, 0 in a VRUN
+    uint16_t next;   // offset of the header behind the chunk
+    uint16_t end;    // size of the body, cut to the image
 };
 
 // A channel: the offset of a VALS body in the image; 0 means that none is bound and the constant beside it

@@ -1,0 +1,257 @@
+#include "scene/format/channel.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+// Channels are found by the names of their groups:
+//
+//   "MC"                                       camera selector
+//   "Global"                                   image processing, ambient colour
+//   "Quab.World:" + item name                  motion, in world space
+//   light name, camera name                    their other channels
+//   "Surfaces" / scene object / surface        surface parameters
+//   "Surfaces" / ... / "Nodes" / node name     shader parameters
+
+namespace {
+
+// A scene holds a few groups for each item, so that searching them in turn for each item would cost the
+// square of their number. Of several groups with one name the first stays.
+using GroupIndex = std::unordered_map<std::string_view, const QbChannelGroup*>;
+using SceneObjectIndex = std::unordered_map<std::string_view, const QbSceneObject*>;
+
+constexpr const char* MOTION_NAMES[9] = {"Position.X", "Position.Y", "Position.Z", "Rotation.H", "Rotation.P",
+                                         "Rotation.B", "Scale.X",    "Scale.Y",    "Scale.Z"};
+
+struct SurfaceChannels {
+    QbSurfaceSlot slot;
+    const char* names[3]; // three for a colour, else the first
+};
+
+constexpr SurfaceChannels SURFACE_CHANNELS[] = {
+    {QB_SURFACE_BASE_COLOR, {"Color.R", "Color.G", "Color.B"}},
+    {QB_SURFACE_LUMINOSITY, {"Luminosity"}},
+    {QB_SURFACE_DIFFUSE, {"Diffuse"}},
+    {QB_SURFACE_SPECULARITY, {"Specular"}},
+    {QB_SURFACE_REFLECTIVITY, {"Reflective"}},
+    {QB_SURFACE_TRANSPARENCY, {"Transparency"}},
+    {QB_SURFACE_TRANSLUCENCY, {"Translucency"}},
+    {QB_SURFACE_IOR, {"Refractive Index"}},
+    {QB_SURFACE_BUMP, {"Bump_chanvals_ref"}},
+    {QB_SURFACE_GLOSSINESS, {"Glossiness"}},
+    {QB_SURFACE_GLOW_VALUE, {"GlowIntensity"}},
+    {QB_SURFACE_LINE_SIZE, {"PolygonOutlineSize"}},
+};
+
+std::span<const QbChannelGroup> childrenOf(const QbChannelGroup& group) {
+    return {group.groups, static_cast<size_t>(group.groupCount)};
+}
+
+GroupIndex indexGroups(std::span<const QbChannelGroup> groups) {
+    GroupIndex index;
+    index.reserve(groups.size());
+    for (const QbChannelGroup& group : groups)
+        if (group.name) index.emplace(group.name, &group);
+    return index;
+}
+
+SceneObjectIndex indexSceneObjects(const QbScene& scene) {
+    SceneObjectIndex index;
+    for (const QbSceneObject& object :
+         std::span(scene.sceneObjects, static_cast<size_t>(scene.sceneObjectCount)))
+        if (object.fileName) index.emplace(object.fileName, &object);
+    return index;
+}
+
+template <class Index>
+typename Index::mapped_type find(const Index& index, const char* name) {
+    if (!name) return nullptr;
+    const auto found = index.find(name);
+    return found == index.end() ? nullptr : found->second;
+}
+
+const QbChannelGroup* findMotionGroup(const GroupIndex& groups, const char* itemName) {
+    return find(groups, (std::string("Quab.World:") + itemName).c_str());
+}
+
+void bind(QbChannelRef& channel, const QbChannelGroup* group, const char* name) {
+    channel = {};
+    channel.vals = qbFindChannel(group, name);
+}
+
+void bindThree(QbChannelRef* channels, const QbChannelGroup* group, const char* x, const char* y,
+               const char* z) {
+    bind(channels[0], group, x);
+    bind(channels[1], group, y);
+    bind(channels[2], group, z);
+}
+
+void bindMotion(QbMotionChannels& motion, const QbChannelGroup* group) {
+    for (size_t i = 0; i < std::size(MOTION_NAMES); i++)
+        bind(motion.channels[i], group, MOTION_NAMES[i]);
+}
+
+void bindProcessing(QbProcessing& processing, const QbChannelGroup* global) {
+    bind(processing.colorSaturationChannel, global, "ColorSaturation");
+    bind(processing.glowIntensityChannel, global, "GlowIntensity");
+    bind(processing.glowRadiusChannel, global, "GlowRadius");
+}
+
+void bindObject(QbObject& object, const GroupIndex& groups, const SceneObjectIndex& sceneObjects) {
+    if (!object.name) return;
+    object.sceneObject = find(sceneObjects, object.fileName);
+    object.motionGroup = findMotionGroup(groups, object.name);
+    if (object.motionGroup) bindMotion(object.motion, object.motionGroup);
+}
+
+void bindEmitter(QbEmitter& emitter, const GroupIndex& groups) {
+    if (!emitter.name) return;
+    emitter.motionGroup = findMotionGroup(groups, emitter.name);
+    if (emitter.motionGroup) bindMotion(emitter.motion, emitter.motionGroup);
+}
+
+void bindLight(QbLight& light, const GroupIndex& groups) {
+    if (!light.name) return;
+    const QbChannelGroup* motion = findMotionGroup(groups, light.name);
+    if (!motion) return;
+    bindMotion(light.motion, motion);
+
+    light.group = find(groups, light.name);
+    if (!light.group) return;
+    bind(light.rangeChannel, light.group, "Range");
+    bindThree(light.colorChannels, light.group, "Color.R", "Color.G", "Color.B");
+    bind(light.intensityChannel, light.group, "Intensity");
+    bind(light.coneAngleChannel, light.group, "ConeAngle");
+    bind(light.edgeAngleChannel, light.group, "EdgeAngle");
+}
+
+void bindLights(std::span<QbLight> lights, const GroupIndex& groups, const QbChannelGroup* global) {
+    QbChannelRef ambient[3];
+    bindThree(ambient, global, "AmbientColor.R", "AmbientColor.G", "AmbientColor.B");
+    for (QbLight& light : lights) {
+        std::copy_n(ambient, 3, light.ambientChannels);
+        bindLight(light, groups);
+    }
+}
+
+void bindCamera(QbCamera& camera, const GroupIndex& groups) {
+    if (!camera.name) return;
+    const QbChannelGroup* motion = findMotionGroup(groups, camera.name);
+    if (!motion) return;
+    bindMotion(camera.motion, motion);
+
+    camera.group = find(groups, camera.name);
+    if (!camera.group) return;
+    bind(camera.zoomChannel, camera.group, "ZoomFactor");
+    bind(camera.focalDistanceChannel, camera.group, "FocalDistance");
+    bind(camera.fStopChannel, camera.group, "FStop");
+}
+
+// What a node's name says behind its first colon: a blank and the exporter's instance number fall away.
+std::string_view nodeText(std::string_view name) {
+    name.remove_prefix(name.find(':') + 1);
+    return name.substr(0, name.find(' '));
+}
+
+template <size_t size>
+void copyCut(char (&to)[size], std::string_view text) {
+    const size_t length = std::min(text.size(), size - 1);
+    std::copy_n(text.data(), length, to);
+    to[length] = 0;
+}
+
+void addShaderParam(QbSurface& surface, const QbChannelGroup& node) {
+    const auto count = static_cast<size_t>(surface.shaderParamCount);
+    void* grown = std::realloc(surface.shaderParams, (count + 1) * sizeof(QbShaderParam));
+    if (!grown) return;
+    surface.shaderParams = static_cast<QbShaderParam*>(grown);
+    surface.shaderParamCount++;
+    QbShaderParam& param = surface.shaderParams[count];
+    param = {};
+    copyCut(param.name, nodeText(node.name));
+    bind(param.channel, &node, "Scalar");
+}
+
+void bindShaderNode(QbSurface& surface, const QbChannelGroup& node) {
+    const std::string_view name = node.name;
+    if (name.starts_with("Shader:")) {
+        copyCut(surface.shaderName, nodeText(name));
+        surface.hasShader = 1;
+    }
+    if (name.starts_with("ShaderVertexFunction:")) copyCut(surface.shaderVertexFunction, nodeText(name));
+    if (name.starts_with("ShaderPixelFunction:")) copyCut(surface.shaderPixelFunction, nodeText(name));
+    if (name.starts_with("ShaderParam:")) addShaderParam(surface, node);
+}
+
+void bindSurface(QbSurface& surface, const GroupIndex& groups) {
+    surface.group = find(groups, surface.name);
+    if (!surface.group) return;
+    for (const SurfaceChannels& row : SURFACE_CHANNELS)
+        for (int i = 0; i < 3 && row.names[i]; i++)
+            bind(surface.params[row.slot].channels[i], surface.group, row.names[i]);
+
+    surface.nodesGroup = qbFindChildGroup(surface.group, "Nodes");
+    if (!surface.nodesGroup) return;
+    for (const QbChannelGroup& node : childrenOf(*surface.nodesGroup))
+        if (node.name) bindShaderNode(surface, node);
+}
+
+void bindSurfaces(std::span<QbSceneObject> sceneObjects, const QbChannelGroup* root) {
+    if (!root) return;
+    const GroupIndex objectGroups = indexGroups(childrenOf(*root));
+    for (QbSceneObject& object : sceneObjects) {
+        const QbChannelGroup* group = find(objectGroups, object.name);
+        if (!group) continue;
+        const GroupIndex surfaceGroups = indexGroups(childrenOf(*group));
+        for (QbSurface& surface : std::span(object.surfaces, static_cast<size_t>(object.surfaceCount)))
+            bindSurface(surface, surfaceGroups);
+    }
+}
+
+const QbChannelGroup* findByName(std::span<const QbChannelGroup> groups, const char* name) {
+    for (const QbChannelGroup& group : groups)
+        if (group.name && std::strcmp(group.name, name) == 0) return &group;
+    return nullptr;
+}
+
+} // namespace
+
+const QbChannelGroup* qbFindGroup(const QbScene* scene, const char* name) {
+    if (!scene || !name) return nullptr;
+    return findByName({scene->groups, static_cast<size_t>(scene->groupCount)}, name);
+}
+
+const QbChannelGroup* qbFindChildGroup(const QbChannelGroup* group, const char* name) {
+    if (!group || !name) return nullptr;
+    return findByName(childrenOf(*group), name);
+}
+
+uint32_t qbFindChannel(const QbChannelGroup* group, const char* name) {
+    if (!group || !name) return 0;
+    for (const QbChannel& channel : std::span(group->channels, static_cast<size_t>(group->channelCount)))
+        if (channel.name && std::strcmp(channel.name, name) == 0) return channel.vals;
+    return 0;
+}
+
+int qbSceneBindChannels(QbScene* scene) {
+    const GroupIndex groups = indexGroups({scene->groups, static_cast<size_t>(scene->groupCount)});
+    const SceneObjectIndex sceneObjects = indexSceneObjects(*scene);
+    const QbChannelGroup* global = find(groups, "Global");
+
+    bind(scene->globals->cameraSelector, find(groups, "MC"), "CameraSelector");
+    bindProcessing(*scene->processing, global);
+    for (QbObject& object : std::span(scene->objects, static_cast<size_t>(scene->objectCount)))
+        bindObject(object, groups, sceneObjects);
+    bindLights({scene->lights, static_cast<size_t>(scene->lightCount)}, groups, global);
+    for (QbCamera& camera : std::span(scene->cameras, static_cast<size_t>(scene->cameraCount)))
+        bindCamera(camera, groups);
+    bindSurfaces({scene->sceneObjects, static_cast<size_t>(scene->sceneObjectCount)},
+                 find(groups, "Surfaces"));
+    for (QbEmitter& emitter : std::span(scene->emitters, static_cast<size_t>(scene->emitterCount)))
+        bindEmitter(emitter, groups);
+    return 0;
+}

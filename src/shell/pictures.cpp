@@ -1,0 +1,215 @@
+#include "shell/pictures.h"
+
+#include "demo/player.h"
+#include "engine/engine.h"
+#include "platform/message.h"
+#include "platform/path.h"
+#include "platform/process.h"
+#include "scene/runtime/slots.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <irrlicht/irrlicht.h>
+#include <string>
+#include <vector>
+
+enum {
+    VIEW_PICTURES = 4,
+    VIEW_SPAN_OBJECT = 4000, // milliseconds
+    VIEW_SPAN_SCENE = 12000, // at most, of a long scene
+    VIEW_SCENE_SLOT = 1,
+    SHEET_COLUMNS = 3,
+    SHEET_WIDTH = 320, // of one picture, pixels
+    SHEET_GAP = 8,
+};
+
+namespace {
+
+struct Picture {
+    std::string name; // without directory
+    std::string what; // what the script or the viewer says of this moment
+    int width, height;
+    std::vector<uint8_t> rgb;
+};
+
+struct State {
+    bool running = false;
+    std::string directory; // empty: no pictures
+    bool unattended = false;
+    QbPicturesJob job = QB_PICTURES_OBJECT;
+    std::vector<Picture> taken;
+    std::string armedName; // the picture to take at the end of this frame; empty: none
+    std::string armedWhat;
+    int lastPart = -1; // demo: the last part that has its picture
+    int viewStart = -1;
+    int viewTaken = 0;
+};
+
+} // namespace
+
+static State state;
+
+template <typename... Args>
+static std::string format(const char* text, Args... args) {
+    char buffer[512];
+    std::snprintf(buffer, sizeof buffer, text, args...);
+    return buffer;
+}
+
+// --- what to take, and when -------------------------------------------------------------------------------
+
+static std::string describePart(const QbDemo* demo, int index, int elapsed) {
+    const QbDemoPart& part = demo->parts[index];
+    std::string text = format("part %d at %d ms", index + 1, elapsed - (part.timeReset != 0 ? 0 : part.time));
+    text += part.filename[0] != '\0' ? format(": scene %s", part.filename)
+                                     : std::string(": the scene before goes on");
+    for (int i = 0; i < part.extraCount; ++i) {
+        if (part.extras[i].active != 0) text += format(", extra %s", part.extras[i].filename);
+    }
+    for (int i = 0; i < part.faderCount; ++i) {
+        if (part.faders[i].active != 0)
+            text += format(", fade %s 0x%06X", part.faders[i].fadeOut != 0 ? "to" : "from",
+                           static_cast<unsigned>(part.faders[i].color));
+    }
+    return text;
+}
+
+// A part's picture is due half-way between its own start and the next part's.
+static void watchDemo(const QbDemo* demo, int index, int elapsed) {
+    if (index < 0 || index == state.lastPart || index + 1 >= demo->partCount) return;
+    const int start = demo->parts[index].timeReset != 0 ? 0 : demo->parts[index].time;
+    const int middle = start + (demo->parts[index + 1].time - start) / 2;
+    if (elapsed < middle) return;
+    state.lastPart = index;
+    state.armedName = format("part-%02d-at-%06dms.png", index + 1, elapsed);
+    state.armedWhat = describePart(demo, index, elapsed);
+}
+
+static int viewSpan() {
+    if (state.job == QB_PICTURES_OBJECT) return VIEW_SPAN_OBJECT;
+    return std::min<int>(qbSceneDurationMs(VIEW_SCENE_SLOT), VIEW_SPAN_SCENE);
+}
+
+static void watchView() {
+    if (state.viewStart < 0) state.viewStart = qbEngineTime();
+    if (state.viewTaken == VIEW_PICTURES) return;
+    const int elapsed = qbEngineTime() - state.viewStart;
+    const int due = (viewSpan() / (VIEW_PICTURES - 1)) * state.viewTaken;
+    if (elapsed < due) return;
+    ++state.viewTaken;
+    state.armedName = format("view-%d-at-%06dms.png", state.viewTaken, elapsed);
+    state.armedWhat = format("%d ms after the first frame", elapsed);
+    if (state.unattended && state.viewTaken == VIEW_PICTURES) qbEngineGet()->device->closeDevice();
+}
+
+static void take() {
+    Picture picture;
+    qbEngineFrameSize(&picture.width, &picture.height);
+    const size_t size = static_cast<size_t>(picture.width) * static_cast<size_t>(picture.height) * 3;
+    picture.rgb.resize(size);
+    picture.name.swap(state.armedName);
+    picture.what.swap(state.armedWhat);
+    state.armedName.clear();
+    if (state.directory.empty()) return;
+    if (qbEngineReadPixels(picture.rgb.data(), static_cast<uint32_t>(size), &picture.width,
+                           &picture.height) != 0)
+        return;
+    state.taken.push_back(std::move(picture));
+}
+
+static void atFrameEnd() {
+    if (state.job != QB_PICTURES_DEMO) watchView();
+    if (!state.armedName.empty()) take();
+}
+
+// --- writing ----------------------------------------------------------------------------------------------
+
+static irr::video::IImage* imageOf(Picture* picture) {
+    const irr::core::dimension2du size(static_cast<uint32_t>(picture->width),
+                                       static_cast<uint32_t>(picture->height));
+    return qbEngineGet()->driver->createImageFromData(irr::video::ECF_R8G8B8, size, picture->rgb.data(), true,
+                                                      false);
+}
+
+static int writeImage(irr::video::IImage* image, const std::string& name) {
+    const std::string path = state.directory + "/" + name;
+    if (qbEngineGet()->driver->writeImageToFile(image, path.c_str())) return 0;
+    qbMessage("The picture '%s' could not be written. Is the disk full, or the directory read-only?",
+              path.c_str());
+    return -1;
+}
+
+static int writePictures() {
+    for (Picture& picture : state.taken) {
+        irr::video::IImage* image = imageOf(&picture);
+        const int result = writeImage(image, picture.name);
+        image->drop();
+        if (result != 0) return -1;
+        std::printf("%s: %s\n", picture.name.c_str(), picture.what.c_str());
+    }
+    return 0;
+}
+
+static int writeSheet() {
+    const auto count = static_cast<uint32_t>(state.taken.size());
+    const uint32_t height = static_cast<uint32_t>(SHEET_WIDTH) *
+                            static_cast<uint32_t>(state.taken[0].height) /
+                            static_cast<uint32_t>(std::max(1, state.taken[0].width));
+    const uint32_t columns = std::min<uint32_t>(count, SHEET_COLUMNS);
+    const uint32_t rows = (count + columns - 1) / columns;
+    const irr::core::dimension2du size(columns * (SHEET_WIDTH + SHEET_GAP) + SHEET_GAP,
+                                       rows * (height + SHEET_GAP) + SHEET_GAP);
+    irr::video::IVideoDriver* driver = qbEngineGet()->driver;
+    irr::video::IImage* sheet = driver->createImage(irr::video::ECF_R8G8B8, size);
+    irr::video::IImage* cell = driver->createImage(irr::video::ECF_R8G8B8, {SHEET_WIDTH, height});
+    sheet->fill(irr::video::SColor(255, 24, 24, 28));
+    for (uint32_t i = 0; i < count; ++i) {
+        irr::video::IImage* image = imageOf(&state.taken[i]);
+        image->copyToScalingBoxFilter(cell);
+        image->drop();
+        const auto x = static_cast<int>(i % columns * (SHEET_WIDTH + SHEET_GAP) + SHEET_GAP);
+        const auto y = static_cast<int>(i / columns * (height + SHEET_GAP) + SHEET_GAP);
+        cell->copyTo(sheet, irr::core::position2di(x, y));
+    }
+    const int result = writeImage(sheet, "contact-sheet.png");
+    cell->drop();
+    sheet->drop();
+    return result;
+}
+
+// --- the job's frame --------------------------------------------------------------------------------------
+
+int qbPicturesStart(const QbPicturesOptions* options) {
+    state = State();
+    if (options->directory != nullptr) {
+        std::error_code error;
+        std::filesystem::create_directories(options->directory, error);
+        if (error) {
+            qbMessage("The directory '%s' for pictures can not be created: %s.", options->directory,
+                      error.message().c_str());
+            return -1;
+        }
+        // The job changes the current directory.
+        state.directory = qbFullPath(options->directory);
+    }
+    state.running = true;
+    state.unattended = options->unattended != 0;
+    state.job = options->job;
+    if (state.job == QB_PICTURES_DEMO) qbDemoSetObserver(watchDemo);
+    qbEngineSetFrameHook(atFrameEnd);
+    return 0;
+}
+
+int qbPicturesFinish() {
+    if (!state.running) return 0;
+    state.running = false;
+    qbDemoSetObserver(nullptr);
+    qbEngineSetFrameHook(nullptr);
+    if (state.taken.empty()) return 0;
+    if (writePictures() != 0 || writeSheet() != 0) return -1;
+    std::printf("%zu pictures and contact-sheet.png in %s\n", state.taken.size(), state.directory.c_str());
+    state.taken.clear();
+    return 0;
+}

@@ -1,0 +1,202 @@
+#include "shell/scene_view.h"
+
+#include "engine/engine.h"
+#include "platform/dialog/dialog.h"
+#include "platform/message.h"
+#include "platform/path.h"
+#include "scene/format/tables.h"
+#include "scene/runtime/slots.h"
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+enum { VIEW_SLOT = 1, VIEW_NAME_MAX = 256 };
+
+namespace {
+
+// The transport: a clock zero while running, a position while paused. Milliseconds.
+struct Transport {
+    int base = 0;
+    int pausedTime = 0;
+    int lastPausedTime = -1; // no position, so that a paused start shows its frame
+    bool paused = false;
+    bool loop = false;
+    bool enterHeld = false;
+    bool spaceHeld = false;
+};
+
+} // namespace
+
+static const char* askScene() {
+    static const QbFileFilter filters[] = {{"Quab Scene (lws.ini)", "*.lws.ini"}, {"All", "*.*"}};
+    return qbOpenFileDialog("Open Quab scene for binary convert", filters, 2);
+}
+
+static bool fits(const std::string& text, const char* what) {
+    if (text.size() < VIEW_NAME_MAX) return true;
+    qbMessage("The %s of the scene is longer than %d characters: '%s'. Move or rename it.", what,
+              VIEW_NAME_MAX - 1, text.c_str());
+    return false;
+}
+
+static bool wantsBinary(const std::string& name, uint32_t flags) {
+    return (flags & QB_VIEW_BINARY) != 0 && name.find("ini.bin") == std::string::npos;
+}
+
+// Converts without a device: the scene's record is all that a save needs.
+static int convertOnly(const std::string& name, uint32_t flags) {
+    QbSceneHandle* scene = qbSceneOpen(name.c_str());
+    if (scene == nullptr) {
+        qbMessage("Failed to load scene");
+        return -1;
+    }
+    int result = 0;
+    if (wantsBinary(name, flags)) {
+        const std::string output = name + ".bin";
+        if (qbSceneSave(scene, output.c_str()) != 0) {
+            qbMessage("Failed to save scene to binary %s", output.c_str());
+            result = -1;
+        }
+    }
+    qbSceneClose(scene);
+    return result;
+}
+
+static void setStart(Transport* view, const QbViewOptions* options) {
+    view->base = qbEngineTime();
+    const int framesPerSecond = qbSceneFramesPerSecond(VIEW_SLOT);
+    if ((options->flags & QB_VIEW_FRAME_START) != 0 && framesPerSecond != 0) {
+        const double frame = static_cast<double>(options->frameStart) - qbSceneFirstFrame(VIEW_SLOT);
+        const double duration = qbSceneDurationMs(VIEW_SLOT);
+        double start = frame * 1000.0 / framesPerSecond;
+        if (start < 0.0) start = 0.0;
+        if (start > duration) start = duration;
+        view->base = qbEngineTime() - static_cast<int>(start);
+    }
+    if ((options->flags & QB_VIEW_PAUSED) != 0) {
+        view->paused = true;
+        view->pausedTime = qbEngineTime() - view->base;
+    }
+}
+
+// True in the frame in which a key goes down.
+static bool pressed(uint8_t down, bool* held) {
+    const bool edge = down != 0 && !*held;
+    *held = down != 0;
+    return edge;
+}
+
+static void togglePause(Transport* view, int position, int duration) {
+    view->paused = !view->paused;
+    if (view->paused) {
+        view->pausedTime = position;
+    } else {
+        view->base = view->pausedTime == duration ? qbEngineTime() : qbEngineTime() - view->pausedTime;
+    }
+}
+
+static void seek(Transport* view, int duration) {
+    const int step = qbKeyShift() != 0 ? 10 : 1;
+    if (qbKeyRight() != 0) {
+        if (view->paused)
+            view->pausedTime += step * 5;
+        else
+            view->base -= step * 10;
+    }
+    if (qbKeyLeft() != 0) {
+        if (view->paused)
+            view->pausedTime -= step * 5;
+        else
+            view->base += step * 10;
+    }
+    if (view->pausedTime < 0) view->pausedTime = 0;
+    if (view->pausedTime >= duration) view->pausedTime = duration;
+}
+
+// Running past an end of the scene stops there, or turns round in a loop with the overrun carried over.
+static void meetEnds(Transport* view, int duration) {
+    if (view->paused) return;
+    const int now = qbEngineTime();
+    if (now < view->base) {
+        view->base = now;
+        view->paused = true;
+        view->pausedTime = 0;
+    }
+    const int elapsed = now - view->base;
+    if (elapsed < duration) return;
+    if (view->loop) {
+        view->base = now - (elapsed - duration);
+    } else {
+        view->base = now - duration;
+        view->pausedTime = duration;
+        view->paused = true;
+    }
+}
+
+static void showPosition(int position) {
+    const double frame = qbSceneFramesPerSecond(VIEW_SLOT) * static_cast<double>(position) / 1000.0 +
+                         qbSceneFirstFrame(VIEW_SLOT);
+    char text[128];
+    std::snprintf(text, sizeof text, "Frame=%4.2f time=%dmn%dsec%d millisec=%d", frame, position / 60000,
+                  (position / 1000) % 60, ((position / 100) % 600) % 10, position);
+    qbEngineText(0, 0, text);
+}
+
+static void playFrame(Transport* view) {
+    const int duration = qbSceneDurationMs(VIEW_SLOT);
+    int position = view->paused ? view->pausedTime : qbEngineTime() - view->base;
+    if (position >= duration) position = duration;
+
+    // A still picture costs no update.
+    if (!view->paused || view->pausedTime != view->lastPausedTime) qbSceneUpdate(VIEW_SLOT, position);
+    view->lastPausedTime = view->pausedTime;
+
+    if (pressed(qbKeyEnter(), &view->enterHeld)) view->loop = !view->loop;
+    if (pressed(qbKeySpace(), &view->spaceHeld)) togglePause(view, position, duration);
+    seek(view, duration);
+    meetEnds(view, duration);
+
+    showPosition(position);
+    qbEngineDrawFrame();
+    if (view->paused && qbEngineIsActive() == 0) qbEngineSleep(200);
+}
+
+static void play(const QbViewOptions* options) {
+    Transport view;
+    qbSceneStart(VIEW_SLOT);
+    setStart(&view, options);
+    while (qbEngineIsOver() == 0)
+        playFrame(&view);
+    qbSceneFree(VIEW_SLOT);
+    // Two frames, one for each buffer: the window shows the emptied scene.
+    qbEngineDrawFrame();
+    qbEngineDrawFrame();
+}
+
+int qbSceneView(const char* path, const QbViewOptions* options) {
+    const uint32_t flags = options->flags;
+    const bool isConvertOnly = (flags & QB_VIEW_CONVERT_ONLY) != 0;
+    if (isConvertOnly && (flags & QB_VIEW_BINARY) != 0 && path == nullptr) path = askScene();
+    if (path == nullptr) return -1;
+
+    const std::string name = qbBaseName(path);
+    const std::string directory = qbDirName(path);
+    if (!fits(name, "name") || !fits(directory, "directory")) return -1;
+    qbSetDirectory(directory.c_str());
+
+    if (isConvertOnly) return convertOnly(name, flags);
+
+    qbSceneSetReportLoadErrors(1);
+    if (qbSceneLoad(name.c_str(), VIEW_SLOT, 1, 0, 0, 0, directory.c_str(), 0) != 0) {
+        qbMessage("Failed to load scene");
+        return -1;
+    }
+    if (wantsBinary(name, flags)) {
+        const std::string output = name + ".bin";
+        if (qbSceneSaveBinary(VIEW_SLOT, output.c_str()) != 0)
+            qbMessage("Failed to save scene to binary %s", output.c_str());
+    }
+    play(options);
+    return 0;
+}

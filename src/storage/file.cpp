@@ -1,0 +1,284 @@
+#include "storage/file.h"
+
+#include "platform/message.h"
+#include "platform/path.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string>
+
+enum { PATH_SIZE = 2048 };
+
+static int qbFileMode = QB_FILE_STDIO;
+static char qbFileSeparator = '/';
+static char qbFileRoot[PATH_SIZE] = "";
+
+// --- plain files ----------------------------------------------------------------------------------------
+
+static std::FILE* stdioHandle(QbFile* file) {
+    return static_cast<std::FILE*>(file->handle);
+}
+
+static int stdioSeek(QbFile* file, long offset, int origin) {
+    static const int whence[] = {SEEK_SET, SEEK_CUR, SEEK_END};
+    if (origin < 0 || origin > 2) return -1;
+    return fseek(stdioHandle(file), offset, whence[origin]);
+}
+
+static size_t stdioRead(void* buffer, size_t size, size_t count, QbFile* file) {
+    return fread(buffer, size, count, stdioHandle(file));
+}
+
+static int stdioGetc(QbFile* file) {
+    return fgetc(stdioHandle(file));
+}
+
+static char* stdioGets(char* buffer, int length, QbFile* file) {
+    return fgets(buffer, length, stdioHandle(file));
+}
+
+static long stdioTell(QbFile* file) {
+    return ftell(stdioHandle(file));
+}
+
+static int stdioClose(QbFile* file) {
+    const int result = fclose(stdioHandle(file));
+    delete file;
+    return result;
+}
+
+static QbFile* openStdio(const char* name, const char* mode) {
+    std::FILE* handle = qbPathOpen(name, mode);
+    if (!handle) return nullptr;
+    auto* file =
+        new (std::nothrow) QbFile{handle, stdioSeek, stdioRead, stdioGetc, stdioGets, stdioTell, stdioClose};
+    if (!file) fclose(handle);
+    return file;
+}
+
+// --- memory files ---------------------------------------------------------------------------------------
+
+static qbMemoryFile* memoryHandle(const QbFile* file) {
+    return static_cast<qbMemoryFile*>(file->handle);
+}
+
+static int memorySeek(QbFile* file, long offset, int origin) {
+    qbMemoryFile* memory = memoryHandle(file);
+    // Any offset that can succeed lies within the size both ways, so the sums below can not overflow.
+    if (offset < -memory->size || offset > memory->size) return -1;
+    long position = 0;
+    switch (origin) {
+    case 0:
+        position = offset;
+        break;
+    case 1:
+        position = memory->position + offset;
+        break;
+    case 2:
+        position = memory->size - offset; // counted backwards, unlike the C library's
+        break;
+    default:
+        return -1;
+    }
+    if (position < 0 || position > memory->size) return -1;
+    memory->position = static_cast<int32_t>(position);
+    return 0;
+}
+
+static size_t memoryRead(void* buffer, size_t size, size_t count, QbFile* file) {
+    qbMemoryFile* memory = memoryHandle(file);
+    if (size == 0 || count == 0) return 0;
+    const size_t items = std::min(count, static_cast<size_t>(memory->size - memory->position) / size);
+    if (items > 0) memcpy(buffer, memory->data + memory->position, items * size);
+    memory->position += static_cast<int32_t>(items * size);
+    return items;
+}
+
+static int memoryGetc(QbFile* file) {
+    qbMemoryFile* memory = memoryHandle(file);
+    if (memory->position >= memory->size) return -1;
+    return static_cast<int8_t>(memory->data[memory->position++]);
+}
+
+static char* memoryGets(char* buffer, int length, QbFile* file) {
+    const qbMemoryFile* memory = memoryHandle(file);
+    if (length < 1 || memory->position >= memory->size) return nullptr;
+    int stored = 0;
+    do {
+        buffer[stored++] = static_cast<char>(memoryGetc(file));
+    } while (stored < length && memory->position < memory->size && buffer[stored - 1] == '\n');
+    return buffer;
+}
+
+static long memoryTell(QbFile* file) {
+    return memoryHandle(file)->position;
+}
+
+static int memoryClose(QbFile* file) {
+    delete memoryHandle(file);
+    delete file;
+    return 0;
+}
+
+static int ownedMemoryClose(QbFile* file) {
+    delete[] memoryHandle(file)->data;
+    return memoryClose(file);
+}
+
+static bool isMemory(const QbFile* file) {
+    return file && file->read == memoryRead;
+}
+
+QbFile* qbFileOpenMemory(void* data, int32_t size) {
+    if (size < 0 || (!data && size > 0)) return nullptr;
+    std::unique_ptr<qbMemoryFile> memory(new (std::nothrow)
+                                             qbMemoryFile{static_cast<uint8_t*>(data), size, 0});
+    if (!memory) return nullptr;
+    auto* file = new (std::nothrow)
+        QbFile{memory.get(), memorySeek, memoryRead, memoryGetc, memoryGets, memoryTell, memoryClose};
+    if (file) memory.release();
+    return file;
+}
+
+QbFile* qbFileReadAll(QbFile* file) {
+    if (qbFileSeek(file, 0, 2) != 0) return nullptr;
+    const long size = qbFileTell(file);
+    if (size < 0 || size > INT32_MAX || qbFileSeek(file, 0, 0) != 0) return nullptr;
+    const auto bytes = static_cast<size_t>(size);
+    std::unique_ptr<uint8_t[]> data(new (std::nothrow) uint8_t[bytes]);
+    if (!data || qbFileRead(data.get(), 1, bytes, file) != bytes) return nullptr;
+    QbFile* memory = qbFileOpenMemory(data.get(), static_cast<int32_t>(size));
+    if (!memory) return nullptr;
+    memory->close = ownedMemoryClose;
+    data.release();
+    return memory;
+}
+
+const uint8_t* qbFileData(const QbFile* file) {
+    return isMemory(file) ? memoryHandle(file)->data : nullptr;
+}
+
+int32_t qbFileDataSize(const QbFile* file) {
+    return isMemory(file) ? memoryHandle(file)->size : 0;
+}
+
+// --- opening --------------------------------------------------------------------------------------------
+
+static QbFile* readWhole(QbFile* file) {
+    if (!file) return nullptr;
+    QbFile* memory = qbFileReadAll(file);
+    qbFileClose(file);
+    return memory;
+}
+
+// The name behind the root; null when it does not fit.
+static const char* rootedName(const char* name) {
+    static char path[PATH_SIZE];
+    const int length = qbFileRoot[0]
+                           ? snprintf(path, sizeof(path), "%s%c%s", qbFileRoot, qbFileSeparator, name)
+                           : snprintf(path, sizeof(path), "%s", name);
+    return length >= 0 && length < PATH_SIZE ? path : nullptr;
+}
+
+QbFile* qbFileOpen(const char* name, const char* mode) {
+    const char* path = name ? rootedName(name) : nullptr;
+    if (!path) return nullptr;
+    switch (qbFileMode) {
+    case QB_FILE_STDIO:
+        return openStdio(path, mode);
+    case QB_FILE_MEMORY:
+        return readWhole(openStdio(path, mode));
+    default:
+        return nullptr;
+    }
+}
+
+QbFile* qbFileLoad(const char* name, const char* mode) {
+    return readWhole(qbFileOpen(name, mode));
+}
+
+void qbFileUseStdio() {
+    qbFileMode = QB_FILE_STDIO;
+}
+
+void qbFileUseMemory() {
+    qbFileMode = QB_FILE_MEMORY;
+}
+
+// --- calling through the record -------------------------------------------------------------------------
+
+int qbFileClose(QbFile* file) {
+    return file->close(file);
+}
+
+int qbFileSeek(QbFile* file, long offset, int origin) {
+    return file->seek(file, offset, origin);
+}
+
+size_t qbFileRead(void* buffer, size_t size, size_t count, QbFile* file) {
+    return file->read(buffer, size, count, file);
+}
+
+int qbFileGetc(QbFile* file) {
+    return file->getc(file);
+}
+
+char* qbFileGets(char* buffer, int length, QbFile* file) {
+    return file->gets(buffer, length, file);
+}
+
+long qbFileTell(QbFile* file) {
+    return file->tell(file);
+}
+
+long qbFileSize(QbFile* file) {
+    const long position = qbFileTell(file);
+    if (position < 0 || qbFileSeek(file, 0, 2) != 0) return -1;
+    const long size = qbFileTell(file);
+    if (qbFileSeek(file, position, 0) != 0) return -1;
+    return size;
+}
+
+// --- names ----------------------------------------------------------------------------------------------
+
+void qbFileSetSeparator(char separator) {
+    qbFileSeparator = separator;
+}
+
+char qbFileSeparatorGet() {
+    return qbFileSeparator;
+}
+
+static void setRoot(const std::string& path) {
+    if (path.size() >= PATH_SIZE) {
+        qbMessage("The root path is too long: %zu characters, %d at most", path.size(), PATH_SIZE - 1);
+        return;
+    }
+    memcpy(qbFileRoot, path.c_str(), path.size() + 1);
+}
+
+void qbFileSetRoot(const char* path) {
+    setRoot(path);
+}
+
+void qbFileRootAppend(const char* name) {
+    setRoot(qbFileRoot[0] ? std::string(qbFileRoot) + qbFileSeparator + name : name);
+}
+
+const char* qbFileRootGet() {
+    return qbFileRoot;
+}
+
+const char* qbFileParent(const char* path) {
+    static std::string parent;
+    std::string text = path;
+    size_t end = text.rfind('/');
+    if (end == std::string::npos) end = text.rfind('\\');
+    if (end != std::string::npos) text.resize(end);
+    parent = std::move(text);
+    return parent.c_str();
+}

@@ -1,0 +1,76 @@
+#include "storage/ini.h"
+
+#include "platform/text_alias.h"
+#include "storage/file.h"
+
+#include <climits>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <string_view>
+
+// LINE_SIZE is iniparser's own line buffer: a longer line is an error there.
+enum { LINE_SIZE = 1024, TEXT_SIZE_MAX = 16 * 1024 * 1024 };
+
+// iniparser opens its input by itself and knows it by the alias; the user knows the file.
+static const char* aliasName = nullptr;
+static const char* fileName = nullptr;
+
+static int printError(const char* format, ...) {
+    char buffer[4 * LINE_SIZE];
+    va_list arguments;
+    va_start(arguments, format);
+    const int length = vsnprintf(buffer, sizeof(buffer), format, arguments);
+    va_end(arguments);
+    if (length < 0) return length;
+    std::string text = buffer;
+    if (const size_t start = text.find(aliasName); start != std::string::npos)
+        text.replace(start, strlen(aliasName), fileName);
+    return fputs(text.c_str(), stderr);
+}
+
+static bool readText(const char* name, std::string& text) {
+    const std::unique_ptr<QbFile, decltype(&qbFileClose)> file(qbFileOpen(name, "r"), qbFileClose);
+    if (!file) {
+        fprintf(stderr, "iniparser: cannot open %s\n", name);
+        return false;
+    }
+    if (qbFileData(file.get())) {
+        fprintf(stderr, "iniparser: %s can not be read by lines from memory\n", name);
+        return false;
+    }
+    char line[LINE_SIZE] = "";
+    while (qbFileGets(line, sizeof(line), file.get())) {
+        const size_t length = strnlen(line, sizeof(line));
+        text.append(line, length);
+        // A zero byte inside a line hides its line end; the next line must not be glued to it.
+        if (length + 1 < sizeof(line) && !text.ends_with('\n')) text += '\n';
+        if (text.size() > TEXT_SIZE_MAX) {
+            fprintf(stderr, "iniparser: %s is too large\n", name);
+            return false;
+        }
+        memset(line, 0, sizeof(line)); // an archive's entry brings no terminator
+    }
+    return true;
+}
+
+dictionary* qbIniLoad(const char* name) {
+    if (!name) return nullptr;
+    std::string text;
+    if (!readText(name, text)) return nullptr;
+    std::string_view lines = text;
+    if (constexpr std::string_view mark = "\xEF\xBB\xBF"; lines.starts_with(mark))
+        lines.remove_prefix(mark.size());
+
+    const std::unique_ptr<QbTextAlias, decltype(&qbTextAliasFree)> alias(
+        qbTextAliasCreate(lines.data(), static_cast<unsigned>(lines.size())), qbTextAliasFree);
+    if (!alias) return nullptr;
+    aliasName = qbTextAliasName(alias.get());
+    fileName = name;
+    iniparser_set_error_callback(printError);
+    dictionary* result = iniparser_load(aliasName);
+    iniparser_set_error_callback(nullptr);
+    return result;
+}
