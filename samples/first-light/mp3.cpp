@@ -16,8 +16,7 @@ struct FileClose {
 using Lame = std::unique_ptr<lame_global_struct, LameClose>;
 using File = std::unique_ptr<std::FILE, FileClose>;
 
-Lame openLame()
-{
+Lame openLame() {
     Lame lame(lame_init());
     if (!lame) {
         return lame;
@@ -32,16 +31,14 @@ Lame openLame()
     return lame_init_params(lame.get()) < 0 ? Lame() : std::move(lame);
 }
 
-bool writeBytes(std::FILE* file, const std::vector<unsigned char>& bytes, int count)
-{
+bool writeBytes(std::FILE* file, const std::vector<unsigned char>& bytes, int count) {
     const auto size = static_cast<size_t>(count);
     return count >= 0 && std::fwrite(bytes.data(), 1, size, file) == size;
 }
 
 } // namespace
 
-int saveMp3(const Bus& bus, const std::string& path, std::string& error)
-{
+int saveMp3(const Bus& bus, const std::string& path, std::string& error) {
     const Lame lame = openLame();
     if (!lame) {
         error = "the mp3 encoder does not start";

@@ -10,8 +10,7 @@ namespace {
 constexpr double rate = synthRate;
 constexpr double turn = 2.0 * std::numbers::pi;
 
-double noteHertz(double note)
-{
+double noteHertz(double note) {
     return 440.0 * std::exp2((note - 69.0) / 12.0);
 }
 
@@ -19,8 +18,7 @@ double noteHertz(double note)
 class Noise {
 public:
     explicit Noise(uint32_t seed) : state(seed * 2654435761u + 1u) {}
-    double next()
-    {
+    double next() {
         state ^= state << 13;
         state ^= state >> 17;
         state ^= state << 5;
@@ -34,14 +32,12 @@ private:
 // State variable filter in its trapezoidal form: stable at any cutoff below half the rate.
 class Filter {
 public:
-    void tune(double cutoff, double resonance)
-    {
+    void tune(double cutoff, double resonance) {
         g = std::tan(std::numbers::pi * std::clamp(cutoff, 20.0, rate * 0.45) / rate);
         k = 2.0 - 2.0 * std::clamp(resonance, 0.0, 0.97);
         a = 1.0 / (1.0 + g * (g + k));
     }
-    void push(double in)
-    {
+    void push(double in) {
         const double high = in - second;
         band = a * first + g * a * high;
         low = second + g * band;
@@ -56,8 +52,7 @@ private:
 };
 
 // Removes the corner of a step that falls between two samples.
-double stepCorrection(double phase, double step)
-{
+double stepCorrection(double phase, double step) {
     if (phase < step) {
         const double x = phase / step;
         return x + x - x * x - 1.0;
@@ -69,8 +64,7 @@ double stepCorrection(double phase, double step)
     return 0.0;
 }
 
-double waveValue(Wave wave, double phase, double step)
-{
+double waveValue(Wave wave, double phase, double step) {
     switch (wave) {
     case Wave::saw:
         return 2.0 * phase - 1.0 - stepCorrection(phase, step);
@@ -84,12 +78,11 @@ double waveValue(Wave wave, double phase, double step)
     return 0.0;
 }
 
-double envelope(const Patch& patch, double t, double held)
-{
+double envelope(const Patch& patch, double t, double held) {
     const double on = std::min(t, held);
-    double level = on < patch.attack ? on / patch.attack
-                                     : patch.sustain + (1.0 - patch.sustain) *
-                                                           std::exp(-(on - patch.attack) / patch.decay);
+    double level = on < patch.attack
+                       ? on / patch.attack
+                       : patch.sustain + (1.0 - patch.sustain) * std::exp(-(on - patch.attack) / patch.decay);
     if (t > held) {
         level *= std::exp(-(t - held) / patch.release);
     }
@@ -100,27 +93,21 @@ struct Range {
     size_t first, count;
 };
 
-Range noteRange(const Bus& bus, double start, double seconds)
-{
+Range noteRange(const Bus& bus, double start, double seconds) {
     const size_t first = std::min(static_cast<size_t>(start * rate + 0.5), bus.left.size());
     return {first, std::min(static_cast<size_t>(seconds * rate), bus.left.size() - first)};
 }
 
-void addSample(Bus& bus, size_t i, double value, double pan)
-{
+void addSample(Bus& bus, size_t i, double value, double pan) {
     bus.left[i] += static_cast<float>(value * std::min(1.0, 1.0 - pan));
     bus.right[i] += static_cast<float>(value * std::min(1.0, 1.0 + pan));
 }
 
 } // namespace
 
-Bus::Bus(double seconds)
-    : left(static_cast<size_t>(seconds * rate + 0.5), 0.0f), right(left.size(), 0.0f)
-{
-}
+Bus::Bus(double seconds) : left(static_cast<size_t>(seconds * rate + 0.5), 0.0f), right(left.size(), 0.0f) {}
 
-void playPatch(Bus& bus, const Patch& patch, int note, const Place& place)
-{
+void playPatch(Bus& bus, const Patch& patch, int note, const Place& place) {
     const Range range = noteRange(bus, place.start, place.held + patch.release * 6.0);
     std::array<double, 8> phases{};
     std::array<double, 8> ratios{};
@@ -158,14 +145,14 @@ void playPatch(Bus& bus, const Patch& patch, int note, const Place& place)
         filterLeft.push(left + sub);
         filterRight.push(right + sub);
         const double level = place.gain * envelope(patch, t, place.held) / std::sqrt(voices);
-        bus.left[range.first + i] += static_cast<float>(filterLeft.low * level * std::min(1.0, 1.0 - place.pan));
+        bus.left[range.first + i] +=
+            static_cast<float>(filterLeft.low * level * std::min(1.0, 1.0 - place.pan));
         bus.right[range.first + i] +=
             static_cast<float>(filterRight.low * level * std::min(1.0, 1.0 + place.pan));
     }
 }
 
-void playBell(Bus& bus, int note, double ratio, double index, double decay, const Place& place)
-{
+void playBell(Bus& bus, int note, double ratio, double index, double decay, const Place& place) {
     const Range range = noteRange(bus, place.start, decay * 7.0);
     const double step = turn * noteHertz(note) / rate;
     for (size_t i = 0; i < range.count; ++i) {
@@ -178,8 +165,7 @@ void playBell(Bus& bus, int note, double ratio, double index, double decay, cons
     }
 }
 
-void playKick(Bus& bus, const Place& place)
-{
+void playKick(Bus& bus, const Place& place) {
     const Range range = noteRange(bus, place.start, 0.45);
     double phase = 0.0;
     for (size_t i = 0; i < range.count; ++i) {
@@ -191,8 +177,7 @@ void playKick(Bus& bus, const Place& place)
     }
 }
 
-void playNoise(Bus& bus, double centre, double resonance, double decay, uint32_t seed, const Place& place)
-{
+void playNoise(Bus& bus, double centre, double resonance, double decay, uint32_t seed, const Place& place) {
     const Range range = noteRange(bus, place.start, decay * 7.0);
     Noise noise(seed);
     Filter filter;
@@ -204,8 +189,7 @@ void playNoise(Bus& bus, double centre, double resonance, double decay, uint32_t
     }
 }
 
-void playRiser(Bus& bus, uint32_t seed, const Place& place)
-{
+void playRiser(Bus& bus, uint32_t seed, const Place& place) {
     const Range range = noteRange(bus, place.start, place.held);
     Noise noise(seed);
     Filter filter;
@@ -220,8 +204,7 @@ void playRiser(Bus& bus, uint32_t seed, const Place& place)
     }
 }
 
-void playBoom(Bus& bus, const Place& place)
-{
+void playBoom(Bus& bus, const Place& place) {
     const Range range = noteRange(bus, place.start, 4.0);
     double phase = 0.0;
     for (size_t i = 0; i < range.count; ++i) {
@@ -232,8 +215,7 @@ void playBoom(Bus& bus, const Place& place)
     }
 }
 
-void duckBus(Bus& bus, const std::vector<double>& moments, double depth, double recovery)
-{
+void duckBus(Bus& bus, const std::vector<double>& moments, double depth, double recovery) {
     std::vector<float> gains(bus.left.size(), 1.0f);
     for (const double moment : moments) {
         const Range range = noteRange(bus, moment, recovery * 6.0);
@@ -249,8 +231,7 @@ void duckBus(Bus& bus, const std::vector<double>& moments, double depth, double 
     }
 }
 
-void mixBus(Bus& into, const Bus& from, double gain)
-{
+void mixBus(Bus& into, const Bus& from, double gain) {
     const auto factor = static_cast<float>(gain);
     for (size_t i = 0; i < into.left.size(); ++i) {
         into.left[i] += from.left[i] * factor;
@@ -258,8 +239,7 @@ void mixBus(Bus& into, const Bus& from, double gain)
     }
 }
 
-void addEcho(Bus& bus, double seconds, double feedback, double gain)
-{
+void addEcho(Bus& bus, double seconds, double feedback, double gain) {
     const auto delay = static_cast<size_t>(seconds * rate + 0.5);
     std::vector<float> left(bus.left.size(), 0.0f), right(bus.left.size(), 0.0f);
     float dullLeft = 0.0f, dullRight = 0.0f;
@@ -276,8 +256,7 @@ void addEcho(Bus& bus, double seconds, double feedback, double gain)
     }
 }
 
-Bus makeReverb(const Bus& bus, double tail, double damping)
-{
+Bus makeReverb(const Bus& bus, double tail, double damping) {
     // Eight delay lines of lengths without common divisors, fed back through a reflection of their sum.
     constexpr std::array<size_t, 8> lengths = {1427, 1637, 1871, 2053, 2371, 2659, 2999, 3319};
     Bus out(static_cast<double>(bus.left.size()) / rate);
@@ -307,8 +286,7 @@ Bus makeReverb(const Bus& bus, double tail, double damping)
     return out;
 }
 
-static void removeRumble(std::vector<float>& samples)
-{
+static void removeRumble(std::vector<float>& samples) {
     double last = 0.0, out = 0.0;
     for (float& sample : samples) {
         out = 0.9965 * (out + sample - last);
@@ -317,8 +295,7 @@ static void removeRumble(std::vector<float>& samples)
     }
 }
 
-void masterBus(Bus& bus, double drive, double peak)
-{
+void masterBus(Bus& bus, double drive, double peak) {
     removeRumble(bus.left);
     removeRumble(bus.right);
     double loudest = 1e-9;
@@ -335,8 +312,7 @@ void masterBus(Bus& bus, double drive, double peak)
     }
 }
 
-void fadeBus(Bus& bus, double from, double to)
-{
+void fadeBus(Bus& bus, double from, double to) {
     for (size_t i = static_cast<size_t>(from * rate); i < bus.left.size(); ++i) {
         const double way = std::clamp((static_cast<double>(i) / rate - from) / (to - from), 0.0, 1.0);
         const auto gain = static_cast<float>(0.5 + 0.5 * std::cos(std::numbers::pi * way));

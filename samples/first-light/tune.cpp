@@ -17,8 +17,8 @@ constexpr double beat = 0.5;
 constexpr double bar = 4 * beat;
 
 constexpr Patch warmPad = {Wave::saw, 4, 9, 0.8, 0.0, 0.7, 2.0, 0.85, 0.5, 650, 500, 1.5, 0.1, 0.0};
-constexpr Patch brightPad = {Wave::saw, 6, 13, 0.9, 0.0, 0.25, 2.0, 0.9, 0.35, 1500, 900, 1.0, 0.1, 0.0};
-constexpr Patch pluck = {Wave::saw, 2, 7, 0.5, 0.0, 0.003, 0.16, 0.0, 0.08, 700, 3600, 0.09, 0.35, 0.0};
+constexpr Patch brightPad = {Wave::saw, 6, 13, 0.9, 0.0, 0.25, 2.0, 0.9, 0.35, 2600, 1400, 1.0, 0.1, 0.0};
+constexpr Patch pluck = {Wave::saw, 2, 7, 0.5, 0.0, 0.003, 0.18, 0.0, 0.08, 1300, 4600, 0.10, 0.35, 0.0};
 constexpr Patch glass = {Wave::triangle, 2, 4, 0.7, 0.0, 0.004, 0.3, 0.0, 0.2, 3000, 2500, 0.2, 0.1, 0.0};
 constexpr Patch bassLine = {Wave::saw, 2, 5, 0.1, 0.9, 0.004, 0.25, 0.45, 0.05, 220, 1100, 0.08, 0.3, 0.0};
 constexpr Patch deepBass = {Wave::triangle, 1, 0, 0.0, 0.8, 0.05, 1.0, 0.8, 0.25, 300, 200, 0.5, 0.0, 0.0};
@@ -63,60 +63,56 @@ constexpr std::array<Note, 12> theme = {{{0, 1.5, 78},
 struct Buses {
     Bus drums, bass, pads, keys, room;
     std::vector<double> kicks;
-    explicit Buses(double seconds) : drums(seconds), bass(seconds), pads(seconds), keys(seconds), room(seconds) {}
+    explicit Buses(double seconds)
+        : drums(seconds), bass(seconds), pads(seconds), keys(seconds), room(seconds) {}
 };
 
-double barTime(int bars, double beats = 0)
-{
+double barTime(int bars, double beats = 0) {
     return bars * bar + beats * beat;
 }
 
-void addPad(Buses& buses, const Patch& patch, const Chord& chord, double start, double held, double gain)
-{
+void addPad(Buses& buses, const Patch& patch, const Chord& chord, double start, double held, double gain) {
     for (const int note : chord.notes) {
         playPatch(buses.pads, patch, note, {start, held, gain, 0});
     }
 }
 
 // The chord's notes in turn, up and down over two octaves.
-void addArpeggio(Buses& buses, const Patch& patch, const Chord& chord, double start, double length, double step,
-                 double gain)
-{
+void addArpeggio(Buses& buses, const Patch& patch, const Chord& chord, double start, double length,
+                 double step, double gain) {
     constexpr std::array<int, 8> order = {0, 1, 2, 3, 4, 3, 6, 5};
     const int count = static_cast<int>(length / step + 0.5);
     for (int i = 0; i < count; ++i) {
         const int place = order[static_cast<size_t>(i % 8)];
         const int note = chord.notes[static_cast<size_t>(place % 4)] + (place >= 4 ? 12 : 0) + 12;
         const double accent = i % 4 == 0 ? 1.0 : 0.7;
-        playPatch(buses.keys, patch, note, {start + i * step, step * 0.9, gain * accent, i % 2 == 0 ? -0.4 : 0.4});
+        playPatch(buses.keys, patch, note,
+                  {start + i * step, step * 0.9, gain * accent, i % 2 == 0 ? -0.4 : 0.4});
     }
 }
 
-void addBass(Buses& buses, const Chord& chord, double start, std::initializer_list<double> beats, double gain)
-{
+void addBass(Buses& buses, const Chord& chord, double start, std::initializer_list<double> beats,
+             double gain) {
     for (const double at : beats) {
         const int lift = at == 3.5 ? 12 : 0;
         playPatch(buses.bass, bassLine, chord.bass + 12 + lift, {start + at * beat, beat * 0.42, gain, 0});
     }
 }
 
-void addKick(Buses& buses, double at, double gain)
-{
+void addKick(Buses& buses, double at, double gain) {
     playKick(buses.drums, {at, 0, gain, 0});
     buses.kicks.push_back(at);
 }
 
-void addClap(Buses& buses, double at, uint32_t seed, double gain)
-{
+void addClap(Buses& buses, double at, uint32_t seed, double gain) {
     for (const double late : {0.0, 0.011, 0.021}) {
-        playNoise(buses.drums, 1500, 0.45, late > 0.02 ? 0.11 : 0.012, seed + static_cast<uint32_t>(late * 1000),
-                  {at + late, 0, 1.5 * gain, 0.05});
+        playNoise(buses.drums, 1500, 0.45, late > 0.02 ? 0.11 : 0.012,
+                  seed + static_cast<uint32_t>(late * 1000), {at + late, 0, 1.5 * gain, 0.05});
     }
     playNoise(buses.room, 1700, 0.3, 0.05, seed + 77, {at, 0, gain * 0.8, 0});
 }
 
-void addHats(Buses& buses, double start, int sixteenths, double gain)
-{
+void addHats(Buses& buses, double start, int sixteenths, double gain) {
     for (int i = 0; i < sixteenths; ++i) {
         const bool open = i % 4 == 2;
         const double level = open ? 1.0 : (i % 2 == 0 ? 0.55 : 0.3);
@@ -125,24 +121,23 @@ void addHats(Buses& buses, double start, int sixteenths, double gain)
     }
 }
 
-void addTheme(Buses& buses, const Patch& patch, double start, int transpose, double gain)
-{
+void addTheme(Buses& buses, const Patch& patch, double start, int transpose, double gain) {
     for (const Note& n : theme) {
-        playPatch(buses.keys, patch, n.note + transpose, {start + n.at * beat, n.length * beat * 0.94, gain, 0.08});
+        playPatch(buses.keys, patch, n.note + transpose,
+                  {start + n.at * beat, n.length * beat * 0.94, gain, 0.08});
     }
 }
 
-void addBellTheme(Buses& buses, double start, int count, double gain)
-{
+void addBellTheme(Buses& buses, double start, int count, double gain) {
     for (int i = 0; i < count; ++i) {
         const Note& n = theme[static_cast<size_t>(i)];
-        playBell(buses.keys, n.note + 12, 3.5, 1.6, 0.9, {start + n.at * beat, 0, gain, i % 2 == 0 ? -0.3 : 0.3});
+        playBell(buses.keys, n.note + 12, 3.5, 1.6, 0.9,
+                 {start + n.at * beat, 0, gain, i % 2 == 0 ? -0.3 : 0.3});
     }
 }
 
 // Bars 0 to 5: a drone, a heart, one bell.
-void composeSpark(Buses& buses)
-{
+void composeSpark(Buses& buses) {
     playPatch(buses.bass, deepBass, 47, {0, barTime(6) - 0.2, 0.16, 0});
     const std::array<Chord, 3> chords = {minorB, openG, minorB};
     for (int i = 0; i < 3; ++i) {
@@ -162,8 +157,7 @@ void composeSpark(Buses& buses)
 }
 
 // Bars 6 to 11: one stone is struck each second.
-void composeStones(Buses& buses)
-{
+void composeStones(Buses& buses) {
     constexpr std::array<Chord, 6> chords = {minorB, majorG, majorD, majorA, minorB, majorG};
     constexpr std::array<int, 12> strikes = {47, 54, 43, 50, 50, 57, 45, 52, 47, 59, 43, 62};
     playBoom(buses.drums, {barTime(6), 0, 0.30, 0});
@@ -193,8 +187,7 @@ void composeStones(Buses& buses)
 }
 
 // Bars 12 to 19: the street, twice round; the theme joins the second time.
-void composeCity(Buses& buses)
-{
+void composeCity(Buses& buses) {
     constexpr std::array<Chord, 4> chords = {minorB, majorG, majorD, majorA};
     playBoom(buses.drums, {barTime(12), 0, 0.32, 0});
     playNoise(buses.room, 5200, 0.1, 0.7, 3, {barTime(12), 0, 0.13, 0});
@@ -203,7 +196,7 @@ void composeCity(Buses& buses)
         const Chord& chord = chords[static_cast<size_t>(i % 4)];
         const double start = barTime(12 + i);
         addPad(buses, brightPad, chord, start, bar, 0.045);
-        addArpeggio(buses, pluck, chord, start, bar, beat / 4, 0.052);
+        addArpeggio(buses, pluck, chord, start, bar, beat / 4, 0.082);
         addBass(buses, chord, start, {0.5, 1, 1.5, 2.5, 3, 3.5}, 0.22);
         for (int n = 0; n < 4; ++n) {
             addKick(buses, start + n * beat, 0.50);
@@ -218,8 +211,7 @@ void composeCity(Buses& buses)
 }
 
 // Bars 20 to 25: under water. Half the pulse, triplets of glass, a long breath.
-void composeSwimmer(Buses& buses)
-{
+void composeSwimmer(Buses& buses) {
     constexpr std::array<Chord, 6> chords = {minorE, minorE, openG, openG, minorB, majorA};
     constexpr std::array<Note, 9> line = {{{0, 3, 71},
                                            {3, 1, 74},
@@ -242,14 +234,14 @@ void composeSwimmer(Buses& buses)
         addClap(buses, start + 2 * beat, 90 + static_cast<uint32_t>(i), 0.06);
     }
     for (const Note& n : line) {
-        playPatch(buses.keys, breath, n.note, {barTime(20) + n.at * beat, n.length * beat * 0.95, 0.15, -0.1});
+        playPatch(buses.keys, breath, n.note,
+                  {barTime(20) + n.at * beat, n.length * beat * 0.95, 0.15, -0.1});
     }
     playRiser(buses.room, 41, {barTime(25), bar, 0.12, 0});
 }
 
 // Bars 26 to 31: the sun climbs, and the last chord hangs.
-void composeSunrise(Buses& buses)
-{
+void composeSunrise(Buses& buses) {
     constexpr std::array<Chord, 6> chords = {majorG, majorA, minorB, minorF, majorG, hangA};
     playBoom(buses.drums, {barTime(26), 0, 0.34, 0});
     playNoise(buses.room, 4800, 0.1, 0.8, 7, {barTime(26), 0, 0.13, 0});
@@ -257,7 +249,7 @@ void composeSunrise(Buses& buses)
         const Chord& chord = chords[static_cast<size_t>(i)];
         const double start = barTime(26 + i);
         addPad(buses, brightPad, chord, start, bar, 0.042 + 0.005 * i);
-        addArpeggio(buses, pluck, chord, start, bar, beat / 4, 0.045 + 0.004 * i);
+        addArpeggio(buses, pluck, chord, start, bar, beat / 4, 0.070 + 0.005 * i);
         addBass(buses, chord, start, {0, 0.5, 1, 1.5, 2, 2.5, 3, 3.5}, 0.2);
         for (int n = 0; n < 4; ++n) {
             addKick(buses, start + n * beat, 0.42);
@@ -276,8 +268,7 @@ void composeSunrise(Buses& buses)
     playRiser(buses.room, 53, {barTime(29), 3 * bar, 0.26, 0});
 }
 
-void finishMix(Buses& buses, Bus& out)
-{
+void finishMix(Buses& buses, Bus& out) {
     duckBus(buses.bass, buses.kicks, 0.75, 0.09);
     duckBus(buses.pads, buses.kicks, 0.6, 0.13);
     duckBus(buses.keys, buses.kicks, 0.25, 0.08);
@@ -292,8 +283,7 @@ void finishMix(Buses& buses, Bus& out)
     mixBus(out, makeReverb(buses.room, 2.8, 0.35), 0.5);
 }
 
-Bus composeFirstLight()
-{
+Bus composeFirstLight() {
     Buses buses(barTime(32));
     composeSpark(buses);
     composeStones(buses);
@@ -308,8 +298,7 @@ Bus composeFirstLight()
 }
 
 // Ten bars without a drum: the chord that the climb asked for, and bells that thin out.
-Bus composeAfterglow()
-{
+Bus composeAfterglow() {
     constexpr std::array<Chord, 5> chords = {majorD, openG, minorB, majorG, majorD};
     constexpr std::array<Note, 11> line = {{{0, 4, 78},
                                             {4, 2, 76},
@@ -345,8 +334,7 @@ Bus composeAfterglow()
 
 } // namespace
 
-int main(int argc, char** argv)
-{
+int main(int argc, char** argv) {
     if (argc != 2) {
         std::fputs("usage: first_light_tunes <directory for the mp3 files>\n", stderr);
         return 1;

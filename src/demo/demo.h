@@ -29,7 +29,7 @@ struct QbDemoShader {
     char name[QB_DEMO_STRING_SIZE];
     int32_t time;
     int32_t length;
-    int32_t shaderId; // from 1
+    int32_t shaderId; // from 1, -1 for none
 };
 
 struct QbDemoFader {
@@ -73,5 +73,6 @@ struct QbDemo {
 };
 
 // Clears the record and fills it from a script. 0, or -1 after a message: the script does not load, has no
-// part, more than 64 parts, or a text of more than 127 characters (the message names section and key).
+// part, more than 64 parts, or a text of more than 127 characters (the message names section and key). The
+// record is then clear.
 int qbDemoParse(QbDemo* demo, const char* path);

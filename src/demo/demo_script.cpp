@@ -82,8 +82,7 @@ static void readPaletteEntry(const Section& section, QbDemoPart& part) {
 static bool readExtras(const Section& section, QbDemoPart& part) {
     for (int number = 0; number < ENTRY_NUMBERS && part.extraCount < QB_DEMO_EXTRAS_MAX; number++) {
         const auto key = [number](const char* name) { return entryKey("extra", number, name); };
-        if (!section.find(key("directory")) || !section.find(key("filename")))
-            continue;
+        if (!section.find(key("directory")) || !section.find(key("filename"))) continue;
         QbDemoExtra& extra = part.extras[part.extraCount];
         if (!section.text(key("directory"), extra.directory) ||
             !section.text(key("filename"), extra.filename))
@@ -99,11 +98,9 @@ static bool readExtras(const Section& section, QbDemoPart& part) {
 static bool readShaders(const Section& section, QbDemoPart& part) {
     for (int number = 0; number < ENTRY_NUMBERS && part.shaderCount < QB_DEMO_SHADERS_MAX; number++) {
         const auto key = [number](const char* name) { return entryKey("shader", number, name); };
-        if (!section.find(key("name")))
-            continue;
+        if (!section.find(key("name"))) continue;
         QbDemoShader& shader = part.shaders[part.shaderCount];
-        if (!section.text(key("name"), shader.name))
-            return false;
+        if (!section.text(key("name"), shader.name)) return false;
         shader.time = section.number(key("time"), 0);
         shader.length = section.number(key("length"), 0);
         part.shaderCount++;
@@ -115,8 +112,7 @@ static void readFaders(const Section& section, QbDemoPart& part) {
     for (int number = 0; number < ENTRY_NUMBERS && part.faderCount < QB_DEMO_FADERS_MAX; number++) {
         const auto key = [number](const char* name) { return entryKey("fader", number, name); };
         const int32_t time = section.number(key("time"), -1);
-        if (time == -1)
-            continue;
+        if (time == -1) continue;
         QbDemoFader& fader = part.faders[part.faderCount];
         fader.time = time;
         fader.length = section.number(key("length"), 1000);
@@ -138,35 +134,30 @@ static bool readPart(const Section& section, QbDemoPart& part) {
     part.reuseObjects = section.number("reuseobjects", 0);
     part.flushObjects = section.number("flushobjects", 0);
     readPaletteEntry(section, part);
-    if (!readExtras(section, part) || !readShaders(section, part))
-        return false;
+    if (!readExtras(section, part) || !readShaders(section, part)) return false;
     readFaders(section, part);
     return true;
 }
 
 static bool readScript(dictionary* ini, const char* path, QbDemo& demo) {
-    if (!readDirectories({ini, path, "setup"}, demo))
-        return false;
+    if (!readDirectories({ini, path, "setup"}, demo)) return false;
     const int sections = iniparser_getnsec(ini);
     for (int index = 0; index < sections; index++) {
         const char* name = iniparser_getsecname(ini, index);
-        if (!name || !strstr(name, "part"))
-            continue;
+        if (!name || !strstr(name, "part")) continue;
         if (demo.partCount == QB_DEMO_PARTS_MAX) {
             qbMessage("%s: [%s] is one part too many, %d at most", path, name, QB_DEMO_PARTS_MAX);
             return false;
         }
-        if (!readPart({ini, path, name}, demo.parts[demo.partCount]))
-            return false;
+        if (!readPart({ini, path, name}, demo.parts[demo.partCount])) return false;
         demo.partCount++;
     }
-    if (demo.partCount == 0)
-        qbMessage("No parts!");
+    if (demo.partCount == 0) qbMessage("No parts!");
     return demo.partCount > 0;
 }
 
 int qbDemoParse(QbDemo* demo, const char* path) {
-    *demo = {};
+    memset(demo, 0, sizeof(*demo));
     if (!path) {
         qbMessage("Fail to load %s", "(null)");
         return -1;
@@ -177,7 +168,7 @@ int qbDemoParse(QbDemo* demo, const char* path) {
         return -1;
     }
     if (!readScript(ini.get(), path, *demo)) {
-        *demo = {}; // half a script must not be mistaken for one with scenes to free
+        memset(demo, 0, sizeof(*demo)); // half a script must not pass for one with scenes to free
         return -1;
     }
     return 0;

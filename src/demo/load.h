@@ -7,7 +7,8 @@
 
 int qbDemoPrepare(QbDemo* demo); // run-time fields to "none"; always 0
 // Parses the script and loads tunes, palettes, scenes and shader windows under the loading picture.
-// `shadersEnabled` is the setup's switch for shader windows.
+// The current directory is the script's from then on. A directory that the script leaves out (tunes,
+// palettes, shaders) means the script's own. `shadersEnabled` is the setup's switch for shader windows.
 int qbDemoLoad(QbDemo* demo, const char* path, int shadersEnabled);
 int qbDemoLoadScenes(QbDemo* demo, const char* baseDir);
 int qbDemoLoadMusics(QbDemo* demo);

@@ -1,6 +1,7 @@
 #pragma once
 
 // Fixed table of pointers; an id is a direct index. The list owns its array, never the items.
+// A null list holds nothing and takes nothing.
 struct QbIdList {
     int capacity;
     void** items;

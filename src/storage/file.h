@@ -10,7 +10,7 @@ struct QbFile {
     void* handle;
     int (*seek)(QbFile* file, long offset, int origin);                    // 0, or non-zero
     size_t (*read)(void* buffer, size_t size, size_t count, QbFile* file); // whole items read
-    int (*getc)(QbFile* file);                                             // signed character, or -1
+    int (*getc)(QbFile* file);                                             // one character, or -1
     char* (*gets)(char* buffer, int length, QbFile* file);                 // buffer, or null
     long (*tell)(QbFile* file);                                            // position
     int (*close)(QbFile* file);                                            // 0; frees the record
@@ -34,6 +34,8 @@ int qbFileClose(QbFile* file);
 // bytes before the end. A position outside the file is refused: non-zero, nothing moves.
 int qbFileSeek(QbFile* file, long offset, int origin);
 size_t qbFileRead(void* buffer, size_t size, size_t count, QbFile* file);
+// Plain files give 0 to 255, as the C library; memory files and archive entries a signed character. -1 at the
+// end.
 int qbFileGetc(QbFile* file);
 // Plain files read a line as the C library does. Memory files and archive entries store line feeds up to and
 // with the first other character, and no terminator: they can not be read by lines.

@@ -2,7 +2,6 @@
 
 #include "scene/export/x_writer.h"
 
-#include <array>
 #include <cstdint>
 #include <functional>
 #include <vector>
@@ -10,9 +9,6 @@
 // Meshes for samples, tests and benchmarks. Shapes come without materials, all triangles on material 0,
 // around the origin, with normals, texture coordinates and fronts that face outwards. Sizes in world units;
 // counts below the least that makes a body are raised to it (3 segments, 1 ring, 1 cell).
-
-using QbVec2 = std::array<float, 2>;
-using QbVec3 = std::array<float, 3>;
 
 QbExportMesh qbShapeBox(QbVec3 size);                                        // each face 0..1 in uv, flat
 QbExportMesh qbShapeSphere(float radius, uint32_t segments, uint32_t rings); // uv: longitude, latitude
@@ -26,8 +22,9 @@ QbExportMesh qbShapeHeightField(float sizeX, float sizeZ, uint32_t cellsX, uint3
 QbExportMesh qbShapeTorus(float ring, float tube, uint32_t ringSegments, uint32_t tubeSegments);
 // Along Y with closed ends, from -height / 2 to height / 2. A cylinder has equal radii, a cone one of 0.
 QbExportMesh qbShapeCylinder(float bottomRadius, float topRadius, float height, uint32_t segments);
-// Outline in the XY plane, counted counter-clockwise as seen from -Z (x right, y up), without crossings;
-// holes clockwise... are not supported. Extruded along Z from -depth / 2 to depth / 2, flat normals.
+// Outline in the XY plane, at least three points in either direction, without holes and crossings. Extruded
+// along Z from -depth / 2 to depth / 2, flat normals. uv: the outline's box on the ends, the way around it on
+// the side.
 QbExportMesh qbShapeExtrude(const std::vector<QbVec2>& outline, float depth);
 // A flat ring with a rectangular section, around Y.
 QbExportMesh qbShapeRing(float innerRadius, float outerRadius, float height, uint32_t segments);
@@ -35,8 +32,7 @@ QbExportMesh qbShapeRing(float innerRadius, float outerRadius, float height, uin
 // repeat a point for a sharp edge. Ends with a radius above 0 stay open.
 QbExportMesh qbShapeRevolve(const std::vector<QbVec2>& profile, uint32_t segments);
 
-// --- changing meshes
-// ----------------------------------------------------------------------------------------
+// --- changing meshes ------------------------------------------------------------
 
 // Adds a part's geometry (no bones), its triangles on `material` of `mesh`.
 void qbMeshAppend(QbExportMesh& mesh, const QbExportMesh& part, uint32_t material);
@@ -53,6 +49,3 @@ void qbMeshSetMaterial(QbExportMesh& mesh, uint32_t material); // all triangles
 void qbMeshFlatNormals(QbExportMesh& mesh);
 // Shares normals among all vertices of equal position, weighted by area.
 void qbMeshSmoothNormals(QbExportMesh& mesh);
-
-// The matrix of a scale, a turn about X, then Y, then Z, and a move, in this order.
-QbExportMatrix qbExportMatrix(QbVec3 position, QbVec3 degrees, QbVec3 scale);

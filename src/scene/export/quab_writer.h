@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 // Writes scene files. Fill a QbExportScene, then qbSceneExportSave. What a record leaves at its default is
@@ -38,6 +39,7 @@ struct QbExportChannel {
     QbExportChannel() = default;
     QbExportChannel(float constant) : samples{constant} {}
     QbExportChannel(std::vector<float> values) : samples(std::move(values)) {}
+    bool operator==(const QbExportChannel&) const = default;
 };
 
 // World space, parents resolved. Rest: position 0, rotation 0, scale 1. Rotation is heading (about Y), pitch
@@ -52,6 +54,7 @@ struct QbExportMotion {
 struct QbExportNamedChannel {
     std::string name;
     QbExportChannel channel;
+    bool operator==(const QbExportNamedChannel&) const = default;
 };
 
 // A group of channels that no field covers. Groups nest at most five deep, the top level included.
@@ -59,6 +62,7 @@ struct QbExportGroup {
     std::string name;
     std::vector<QbExportNamedChannel> channels;
     std::vector<QbExportGroup> groups;
+    bool operator==(const QbExportGroup&) const = default;
 };
 
 struct QbExportBackdrop {
@@ -152,9 +156,14 @@ struct QbExportEmitter {
     QbExportMotion motion;
 };
 
-// One parameter of a surface, by its property name: see QB_EXPORT_SURFACE_PROPERTIES in the .cpp for the list
-// with each one's kind. A value of another kind than the property's is refused, and so is a second entry for
-// the same property.
+// One parameter of a surface, by its property name; a second entry for the same one is refused.
+//   colour:  "BaseColor"
+//   float:   "Luminosity", "Diffuse", "Specularity", "Reflectivity", "Transparency", "Translucency", "IOR",
+//            "Bump", "Glossiness", "GlowValue", "LineSize", and without a channel: "ReflectionSeamAngle"
+//   integer, without a channel: "ReflectionOptions", "Sidedness", "RenderOutlines", "ReflectionImage"
+//   carried and not read, without a channel: float "ReflectionBlurring", "RefractionBlurring",
+//            "RefractionSeamAngle"; integer "AlphaOptions", "RefractionOptions"
+// A value of another kind than the property's is refused. Any property may hold an image.
 struct QbExportSurfaceParam {
     std::string property;
     std::optional<std::array<float, 3>> color;
@@ -182,7 +191,7 @@ struct QbExportSurface {
     std::vector<QbExportGroup> groups; // further groups under the surface, ignored when the scene plays
 };
 
-// One object file; all layers share its surfaces.
+// One object file; all layers share its surfaces. Surfaces of one name must agree in what animates them.
 struct QbExportSceneObject {
     std::string name;     // unique
     std::string fileName; // links it to the objects of the same file name
@@ -224,8 +233,7 @@ int qbSceneExportWrite(const QbExportScene& scene, std::vector<uint8_t>& bytes, 
 // The same, into a file. A refused scene leaves an existing file alone.
 int qbSceneExportSave(const QbExportScene& scene, const std::string& path, std::string& error);
 
-// --- filling records
-// ----------------------------------------------------------------------------------------
+// --- filling records ------------------------------------------------------------
 
 // Frames of the scene, both ends included; 0 when frameEnd lies before frameStart.
 size_t qbExportFrameCount(const QbExportScene& scene);

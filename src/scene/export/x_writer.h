@@ -7,8 +7,10 @@
 #include <vector>
 
 // Writes meshes as DirectX .x files, text or binary, static or skinned. Left-handed, Y up; a triangle's front
-// shows its corners clockwise. The same mesh gives the same bytes everywhere.
+// shows its corners clockwise. The same mesh gives the same bytes.
 
+using QbVec2 = std::array<float, 2>;
+using QbVec3 = std::array<float, 3>;
 // Row-vector matrix, row by row; the translation stands in elements 12 to 14.
 using QbExportMatrix = std::array<float, 16>;
 constexpr QbExportMatrix QB_EXPORT_IDENTITY = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
@@ -63,14 +65,16 @@ struct QbExportMesh {
     std::vector<QbExportMaterial> materials; // none: one white material
     std::vector<QbExportBone> bones;         // none: a static mesh
     uint32_t ticksPerSecond = 30;
-    bool matrixKeys = false; // write a key as one matrix instead of rotation, scale and position
+    // Write a key as one matrix. The engine then passes over scales, so only 1 is taken.
+    bool matrixKeys = false;
 };
 
 enum QbExportXFormat { QB_EXPORT_X_TEXT, QB_EXPORT_X_BINARY };
 
-// Most vertices of one Mesh block: the engine counts them with 16 bits. A larger mesh becomes several blocks,
-// in the order of its triangles, with shared corners repeated. Every block lists all materials, so the engine
-// has blocks x materials of them, block by block: let a scene object repeat its surfaces in the same order.
+// Most vertices of one material in one Mesh block: the engine counts them with 16 bits. A larger mesh becomes
+// several blocks, in the order of its triangles, with shared corners repeated. Every block lists all
+// materials, so the engine has blocks x materials of them, block by block: let a scene object repeat its
+// surfaces in the same order.
 enum { QB_EXPORT_X_VERTICES_MAX = 65535 };
 
 // Makes the file's bytes. 0, or -1 with `bytes` empty and a reason in `error` that names the mesh and the
@@ -82,5 +86,8 @@ int qbMeshExportWrite(const QbExportMesh& mesh, QbExportXFormat format, std::vec
 int qbMeshExportSave(const QbExportMesh& mesh, QbExportXFormat format, const std::string& path,
                      std::string& error);
 
-// Blocks that the mesh will be written as.
+// Mesh blocks that the mesh will be written as; 0 for a mesh that is refused.
 size_t qbMeshExportBlockCount(const QbExportMesh& mesh);
+
+// The matrix of a scale, a turn about X, then Y, then Z in degrees, and a move, in this order.
+QbExportMatrix qbExportMatrix(QbVec3 position, QbVec3 degrees, QbVec3 scale);

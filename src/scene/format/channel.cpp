@@ -14,6 +14,9 @@ constexpr uint32_t CHUNK_HEADER = 6;
 constexpr uint32_t CHUNK_COUNT = 4;
 constexpr uint32_t VALUE_SIZE = 4;
 
+// Samples that a channel can number.
+constexpr uint32_t SAMPLES_MAX = 0x7fffffff;
+
 // The largest sample number that a float holds and a signed integer too.
 constexpr int64_t LAST_SAMPLE_MAX = 0x7fffff80;
 
@@ -48,74 +51,98 @@ uint32_t samplesHeld(uint32_t tag, uint32_t count, uint32_t valueBytes) {
     return tag == QB_TAG_VRUN && valueBytes >= VALUE_SIZE ? count : 0;
 }
 
-// Goes on to the chunk behind the place. False, and the place stays, at the end of the body and at a chunk
-// whose count is missing or impossible: the samples behind it can not be numbered.
-inline bool stepChunk(const uint8_t* body, QbChannelPlace& place) {
-    const uint32_t at = place.next;
-    if (place.end - at < CHUNK_HEADER + CHUNK_COUNT) return false;
-    const uint32_t size = readHalf(body + at + 4);
-    const uint32_t count = readWord(body + at + CHUNK_HEADER);
-    const uint32_t first = static_cast<uint32_t>(place.first) + place.count;
-    if (size < CHUNK_COUNT || count > static_cast<uint32_t>(std::numeric_limits<int32_t>::max()) - first)
-        return false;
+uint32_t samplesCounted(const uint8_t* body, const QbChannelPlace& place) {
+    return place.values ? readWord(body + place.values - CHUNK_COUNT) : 0;
+}
 
-    const uint32_t tag = readWord(body + at);
-    const uint32_t values = at + CHUNK_HEADER + CHUNK_COUNT;
-    const uint32_t next = std::min<uint32_t>(at + CHUNK_HEADER + size, place.end);
-    place.first = static_cast<int32_t>(first);
-    place.count = count;
+void standAt(const uint8_t* body, QbChannelPlace& place, uint32_t header, uint32_t first) {
+    const uint32_t tag = readWord(body + header);
+    const uint32_t count = readWord(body + header + CHUNK_HEADER);
+    const uint32_t values = header + CHUNK_HEADER + CHUNK_COUNT;
+    const uint32_t next = std::min<uint32_t>(header + CHUNK_HEADER + readHalf(body + header + 4), place.end);
+    place.first = first;
     place.held = samplesHeld(tag, count, next - values);
     place.values = static_cast<uint16_t>(values);
     place.stride = tag == QB_TAG_VDAT ? VALUE_SIZE : 0;
     place.next = static_cast<uint16_t>(next);
-    return true;
 }
 
-// Moves the place forward to the chunk of a sample, from the start of the body when the sample lies behind.
-bool seekSample(const qbMemoryFile& image, uint32_t vals, QbChannelPlace& place, int32_t index) {
-    if (index < 0) return false;
-    if (place.end == 0 || index < place.first) {
-        place = {};
-        place.end = bodySize(image, vals);
-        if (place.end == 0) return false;
+// Moves the place forward to the chunk of a sample, or to the last chunk when there is no such sample. A
+// chunk whose count is missing or impossible ends the channel: the samples behind it can not be numbered.
+bool walkForward(const uint8_t* body, QbChannelPlace& place, uint32_t index) {
+    uint32_t first = place.first, count = samplesCounted(body, place);
+    uint32_t header = 0, next = place.next;
+    bool moved = false;
+    while (index - first >= count && place.end - next >= CHUNK_HEADER + CHUNK_COUNT) {
+        const uint32_t size = readHalf(body + next + 4);
+        const uint32_t samples = readWord(body + next + CHUNK_HEADER);
+        if (size < CHUNK_COUNT || samples > SAMPLES_MAX - (first + count)) break;
+        first += count;
+        count = samples;
+        header = next;
+        next = std::min<uint32_t>(next + CHUNK_HEADER + size, place.end);
+        moved = true;
     }
-    while (static_cast<uint32_t>(index - place.first) >= place.count)
-        if (!stepChunk(image.data + vals, place)) return false;
-    return true;
+    if (moved) standAt(body, place, header, first);
+    return index - first < count;
 }
 
-inline bool holds(const QbChannelPlace& place, int32_t index) {
-    return static_cast<uint32_t>(index) - static_cast<uint32_t>(place.first) < place.held;
+inline bool holds(const QbChannelPlace& place, uint32_t index) {
+    return index - place.first < place.held;
 }
 
-inline float heldValue(const uint8_t* body, const QbChannelPlace& place, int32_t index) {
-    const auto slot = static_cast<uint32_t>(index - place.first);
-    return std::bit_cast<float>(readWord(body + place.values + slot * place.stride));
+inline float heldValue(const uint8_t* body, const QbChannelPlace& place, uint32_t index) {
+    return std::bit_cast<float>(readWord(body + place.values + (index - place.first) * place.stride));
 }
 
-float missingValue(const uint8_t* body, const QbChannelPlace& place) {
+void reportMissing(const uint8_t* body, const QbChannelPlace& place) {
     const uint32_t tag = readWord(body + place.values - CHUNK_COUNT - CHUNK_HEADER);
     if (tag != QB_TAG_VRUN && tag != QB_TAG_VDAT)
         std::fputs("dumpquab_ext_vals_get_value: Unknown Chunk !\n", stdout);
-    return 0.0f;
 }
 
-float seekValue(const qbMemoryFile& image, uint32_t vals, QbChannelPlace& place, int32_t index) {
-    if (!seekSample(image, vals, place, index)) return 0.0f;
-    const uint8_t* body = image.data + vals;
-    return holds(place, index) ? heldValue(body, place, index) : missingValue(body, place);
+// A sample outside the remembered chunk. False, and 0.0, when the channel has no value for it.
+[[gnu::noinline]] bool seekValue(const qbMemoryFile& image, const QbChannelRef& channel, uint32_t index,
+                                 float& value) {
+    QbChannelPlace& place = channel.place;
+    value = 0.0f;
+    if (index > SAMPLES_MAX) return false;
+    if (place.end == 0 || index < place.first) {
+        place = {};
+        place.end = bodySize(image, channel.vals);
+        if (place.end == 0) return false;
+    }
+    const uint8_t* body = image.data + channel.vals;
+    if (!walkForward(body, place, index)) return false;
+    if (!holds(place, index)) return reportMissing(body, place), false;
+    value = heldValue(body, place, index);
+    return true;
 }
 
-inline float fetch(const qbMemoryFile& image, const QbChannelRef& channel, int32_t index) {
-    if (holds(channel.place, index)) return heldValue(image.data + channel.vals, channel.place, index);
-    return seekValue(image, channel.vals, channel.place, index);
+inline bool fetch(const qbMemoryFile& image, const QbChannelRef& channel, uint32_t index, float& value) {
+    if (!holds(channel.place, index)) return seekValue(image, channel, index, value);
+    value = heldValue(image.data + channel.vals, channel.place, index);
+    return true;
 }
 
-// The sample behind the place, which stays: the next frame asks for the same two samples or goes one on.
-inline float fetchAhead(const qbMemoryFile& image, const QbChannelRef& channel, int32_t index) {
-    if (holds(channel.place, index)) return heldValue(image.data + channel.vals, channel.place, index);
-    QbChannelPlace ahead = channel.place;
-    return seekValue(image, channel.vals, ahead, index);
+// Two neighbours. In play they are mostly those of the frame before, or lie one further.
+inline void fetchPair(const qbMemoryFile& image, const QbChannelRef& channel, uint32_t first,
+                      float& firstValue, float& secondValue) {
+    QbChannelPlace& place = channel.place;
+    bool isFirstThere = true;
+    if (place.pair == first + 1) {
+        firstValue = place.firstValue;
+        secondValue = place.secondValue;
+        return;
+    }
+    if (place.pair != 0 && place.pair == first)
+        firstValue = place.secondValue;
+    else
+        isFirstThere = fetch(image, channel, first, firstValue);
+    const bool isSecondThere = fetch(image, channel, first + 1, secondValue);
+    place.pair = isFirstThere && isSecondThere ? first + 1 : 0;
+    place.firstValue = firstValue;
+    place.secondValue = secondValue;
 }
 
 inline SamplePair samplePair(const QbScene* scene, float time) {
@@ -134,9 +161,13 @@ inline SamplePair samplePair(const QbScene* scene, float time) {
 }
 
 inline float blendedValue(const qbMemoryFile& image, const QbChannelRef& channel, const SamplePair& pair) {
-    const float first = fetch(image, channel, pair.first);
-    if (pair.second == pair.first) return first;
-    return (1.0f - pair.blend) * first + pair.blend * fetchAhead(image, channel, pair.second);
+    float first, second;
+    if (pair.second == pair.first) {
+        fetch(image, channel, static_cast<uint32_t>(pair.first), first);
+        return first;
+    }
+    fetchPair(image, channel, static_cast<uint32_t>(pair.first), first, second);
+    return (1.0f - pair.blend) * first + pair.blend * second;
 }
 
 } // namespace
@@ -149,15 +180,19 @@ void qbChannelSampleTime(const QbScene* scene, float time, int32_t* first, int32
 }
 
 float qbChannelSample(const QbScene* scene, const QbChannelRef* channel, int32_t index) {
-    return channel->vals ? fetch(imageOf(scene), *channel, index) : 0.0f;
+    float value = 0.0f;
+    if (channel->vals) fetch(imageOf(scene), *channel, static_cast<uint32_t>(index), value);
+    return value;
 }
 
 void qbChannelSamplePair(const QbScene* scene, const QbChannelRef* channel, int32_t first, int32_t second,
                          float* firstValue, float* secondValue) {
-    *firstValue = *secondValue = 0.0f;
-    if (!channel->vals) return;
-    *firstValue = fetch(imageOf(scene), *channel, first);
-    *secondValue = second == first ? *firstValue : fetchAhead(imageOf(scene), *channel, second);
+    if (first >= 0 && second == first + 1 && channel->vals) {
+        fetchPair(imageOf(scene), *channel, static_cast<uint32_t>(first), *firstValue, *secondValue);
+        return;
+    }
+    *firstValue = qbChannelSample(scene, channel, first);
+    *secondValue = second == first ? *firstValue : qbChannelSample(scene, channel, second);
 }
 
 float qbChannelValue(const QbScene* scene, const QbChannelRef* channel, float time) {

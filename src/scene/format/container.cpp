@@ -192,18 +192,18 @@ static int checkStringLength(const Walk& walk, size_t offset) {
 
 // --- leaves
 
-static int read_string(Walk& walk, int depth, uint32_t nbytes, uint32_t tag) {
+static int readString(Walk& walk, int depth, uint32_t nbytes, uint32_t tag) {
     if (checkStringLength(walk, walk.position) != 0) return -1;
     qbDumpLine(depth + 1, nbytes, tag, "\"%s\"", stringAt(walk, walk.position));
     return 0;
 }
 
 static int read_name(Walk& walk, int depth, uint32_t nbytes) {
-    return read_string(walk, depth, nbytes, QB_TAG_NAME);
+    return readString(walk, depth, nbytes, QB_TAG_NAME);
 }
 
 static int read_fnam(Walk& walk, int depth, uint32_t nbytes) {
-    return read_string(walk, depth, nbytes, QB_TAG_FNAM);
+    return readString(walk, depth, nbytes, QB_TAG_FNAM);
 }
 
 static void dumpPropValue(const Walk& walk, uint32_t type, size_t offset) {

@@ -9,17 +9,18 @@
 //
 // Only the scene format and its tests look in here; everything else asks through scene/format/tables.h.
 
-// The chunk that the last fetch of a channel stood in, checked then, so that the next one starts there. A
-// VALS body holds at most 65,535 bytes, so offsets inside it take 16 bits. Zero-filled means "nothing
-// remembered".
+// Where the last fetch of a channel stood, checked then, so that the next one starts there: the chunk, and
+// the two samples that were blended last. A VALS body holds at most 65,535 bytes, so offsets inside it take
+// 16 bits. Zero-filled means "nothing remembered".
 struct QbChannelPlace {
-    int32_t first;   // number of the chunk's first sample
-    uint32_t count;  // its samples; first + count stays below 2^31
-    uint32_t held;   // of these, the ones whose value lies in the chunk: fewer in a damaged one
-    uint16_t values; // offset of the first value in the VALS body
+    uint32_t first;  // number of the chunk's first sample
+    uint32_t held;   // samples whose value lies in the chunk: fewer than its count when it is damaged
+    uint16_t values; // offset of the first value in the VALS body; 0 in front of the first chunk
     uint16_t stride; // bytes from value to value: 4 in a VDAT, 0 in a VRUN
     uint16_t next;   // offset of the header behind the chunk
     uint16_t end;    // size of the body, cut to the image
+    uint32_t pair;   // number of the first of the two samples, plus 1
+    float firstValue, secondValue;
 };
 
 // A channel: the offset of a VALS body in the image; 0 means that none is bound and the constant beside it

@@ -26,7 +26,7 @@ constexpr int groupDepthMax = 5;
 
 // Records may take this much for each byte of the file, and this much in any case: an empty chunk of 6 bytes
 // asks for a record of some thousand.
-constexpr size_t recordBytesPerFileByte = 16;
+constexpr size_t recordBytesPerFileByte = 8;
 constexpr size_t recordBytesFree = size_t{64} << 20;
 
 struct Builder {
@@ -547,8 +547,9 @@ const char* qbSceneMeshFileName(const QbObject* object) {
         length = std::snprintf(result, sizeof result, "%.*s.layer%d.x", stemLength, stem.data(),
                                object->name ? layerOf(object->name, stem) : 1);
     if (length < static_cast<int>(sizeof result)) return result;
-    qbMessage("The mesh file name of \"%s\" would be longer than %zu characters", object->fileName,
-              sizeof result - 1);
+    qbMessage("The mesh file name of \"%s\" would be longer than %zu characters: give the object file a "
+              "shorter name",
+              object->fileName, sizeof result - 1);
     result[0] = 0;
     return result;
 }

@@ -51,8 +51,7 @@ bool qbMeshFileCheck(const char* path) {
         return false;
     }
     if ((format != "txt " && format != "bin ") || (floats != "0032" && floats != "0064")) {
-        qbMessage("%s is a .x file of an unknown kind (\"%s%s\"); save it as text or binary with 32-bit floats",
-                  path, format.c_str(), floats.c_str());
+        qbMessage("%s is a .x file of an unknown kind; save it as text or binary with 32-bit floats", path);
         return false;
     }
     return true;

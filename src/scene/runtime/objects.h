@@ -31,8 +31,9 @@ struct QbObjectRec {
     QbSurfaceCtx surfaces[NOF_SURFACE_MAX];
 };
 
-// A name without backslash is looked up in the current directory. The id stays empty when the mesh does not
-// load; the caller reports.
+// A name without separator is looked up in the current directory; a separator may be a backslash or a slash.
+// The id stays empty when the mesh does not load, or when the id is taken or outside the table; the caller
+// reports. A .x file that the engine can not read has a message of its own.
 void qbObjectLoad(const char* name, int id);
 // A node of its own on the source's mesh. The id stays empty for an empty source, a terrain or a copy.
 void qbObjectCopy(int id, int sourceId);
@@ -55,3 +56,9 @@ irr::scene::IMeshSceneNode* qbObjectMeshNode(int id);
 irr::scene::IAnimatedMeshSceneNode* qbObjectAnimatedNode(int id);
 irr::scene::ISceneNode* qbObjectActiveNode(QbObjectRec* object);
 irr::scene::IAnimatedMesh* qbObjectActiveMesh(QbObjectRec* object);
+
+// Hooks in the order of a scene's load: places for shadows and for opacity of whole objects. They do nothing.
+void qbObjectReceiveShadows(int id);
+void qbObjectSurfacesSet(int id);
+void qbObjectSetTranslucent(int id);
+void qbObjectSetTransparent(int id, float percent); // of opacity

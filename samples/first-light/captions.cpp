@@ -1,0 +1,248 @@
+// Lettering and overlays. They play as extras: they hang on the camera, whose own place in these scenes is
+// the origin, so that what stands at z = 20 stands in front of every shot. They have no light of their own
+// and shine.
+
+#include "letters.h"
+#include "shots.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace {
+
+constexpr double depth = 20.0; // at 60 degrees of view: 11.5 to each side, 8.6 up and down
+constexpr double captionSeconds = 6.0;
+
+// A stroke as a bar of constant width with mitred corners; its front, on `face`, looks along -Z.
+void addStroke(QbExportMesh& mesh, const Stroke& stroke, double width, double thickness, uint32_t face,
+               uint32_t wall) {
+    std::vector<Vec> left, right;
+    const auto way = [&stroke](size_t i) {
+        return unitVector({stroke[i + 1].x - stroke[i].x, stroke[i + 1].y - stroke[i].y, 0});
+    };
+    for (size_t i = 0; i < stroke.size(); ++i) {
+        const Vec before = way(i == 0 ? 0 : i - 1), behind = way(std::min(i, stroke.size() - 2));
+        const Vec middle = unitVector(before + behind);
+        const Vec side = {-middle.y, middle.x, 0};
+        const double cosine = std::max(0.35, before.x * middle.x + before.y * middle.y);
+        // Ends reach half a width further, so that strokes that meet close their corner.
+        const double end = i == 0 ? -0.5 : (i + 1 == stroke.size() ? 0.5 : 0.0);
+        const Vec at = Vec{stroke[i].x, stroke[i].y, 0} + (i == 0 ? behind : before) * (end * width);
+        left.push_back(at + side * (0.5 * width / cosine));
+        right.push_back(at - side * (0.5 * width / cosine));
+    }
+    const Vec front = {0, 0, -thickness / 2}, back = {0, 0, thickness / 2};
+    for (size_t i = 0; i + 1 < stroke.size(); ++i) {
+        addQuad(mesh, left[i] + front, left[i + 1] + front, right[i + 1] + front, right[i] + front, face);
+        addQuad(mesh, left[i] + back, left[i + 1] + back, left[i + 1] + front, left[i] + front, wall);
+        addQuad(mesh, right[i] + front, right[i + 1] + front, right[i + 1] + back, right[i] + back, wall);
+    }
+    addQuad(mesh, left[0] + back, left[0] + front, right[0] + front, right[0] + back, wall);
+    addQuad(mesh, left.back() + front, left.back() + back, right.back() + back, right.back() + front, wall);
+}
+
+// Centred around x = 0, standing on y = 0, one unit high.
+QbExportMesh makeText(const char* text, double spacing, double width, double thickness) {
+    const Lettering lettering = layLetters(text, spacing);
+    QbExportMesh mesh;
+    for (Stroke stroke : lettering.strokes) {
+        for (Point& point : stroke) {
+            point.x -= lettering.width / 2;
+        }
+        addStroke(mesh, stroke, width, thickness, 0, 1);
+    }
+    return mesh;
+}
+
+const Look& faceLook() {
+    static const Look look = {
+        .name = "Face", .colour = cream, .diffuse = 0, .luminosity = 1.0f, .glow = 0.35f};
+    return look;
+}
+
+const Look& wallLook() {
+    static const Look look = {
+        .name = "Wall", .colour = coral, .diffuse = 0.2f, .luminosity = 0.6f, .glow = 0.1f};
+    return look;
+}
+
+Shot openOverlay(Folder& folder, const std::string& name, double seconds) {
+    Shot shot = openShot(folder, name, seconds, abyss);
+    film(
+        shot,
+        [](double) {
+            return Vec{0, 0, 0};
+        },
+        [](double) {
+            return Vec{0, 0, 1};
+        },
+        constant(60), constant(0));
+    return shot;
+}
+
+// --- captions: a line of letters over a rule that grows ------------------------------------------------
+
+struct Caption {
+    const char* name;
+    const char* text;
+};
+
+constexpr Caption captions[] = {
+    {"one_spark", "ONE SPARK"},    {"twelve_stones", "TWELVE STONES"},   {"many_windows", "MANY WINDOWS"},
+    {"deep_swimmer", "A SWIMMER"}, {"the_lake_wakes", "THE LAKE WAKES"}, {"made_with_quab", "MADE WITH QUAB"},
+};
+
+void makeCaption(Folder& folder, const Caption& caption) {
+    const double size = 0.62;
+    const double width = layLetters(caption.text, 0.34).width * size;
+    const double x = -9.9 + width / 2;
+    Shot shot = openOverlay(folder, caption.name, captionSeconds);
+    const auto gone = [](double s) { return easeBetween(captionSeconds - 0.7, captionSeconds - 0.1, s); };
+    QbExportMotion& text = place(shot, caption.name).motion;
+    movePosition(shot, text, [=](double s) {
+        const double in = 1.0 - easeBetween(0.0, 0.9, s);
+        return Vec{x - 1.2 * in + 0.25 * s / captionSeconds, -6.4 - 4.5 * in * in - 4.5 * gone(s), depth};
+    });
+    moveScale(shot, text, [=](double) { return Vec{size, size, size}; });
+    QbExportMotion& rule = place(shot, "rule").motion;
+    movePosition(shot, rule, [=](double s) { return Vec{-9.9, -6.95 - 4.0 * gone(s), depth}; });
+    moveScale(shot, rule, [=](double s) {
+        return Vec{std::max(0.001, (width + 1.0) * easeBetween(0.1, 1.4, s)), 1, 1};
+    });
+    saveShot(shot);
+}
+
+// --- the title: one object a letter, each let go on an eighth note --------------------------------------
+
+struct TitleLetter {
+    char letter;
+    double x;
+};
+
+std::vector<TitleLetter> layTitle(const char* word, double spacing) {
+    std::vector<TitleLetter> letters;
+    double x = 0;
+    for (const char* c = word; *c != '\0'; ++c) {
+        const double width = layLetters(std::string_view(c, 1), 0).width;
+        letters.push_back({*c, x + width / 2});
+        x += width + spacing;
+    }
+    for (TitleLetter& letter : letters) {
+        letter.x -= (x - spacing) / 2;
+    }
+    return letters;
+}
+
+std::string glyphStem(char letter) {
+    return std::string("glyph_") + static_cast<char>(letter - 'A' + 'a');
+}
+
+void makeTitle(Folder& folder) {
+    constexpr double seconds = 12.0, size = 2.35;
+    Shot shot = openOverlay(folder, "title", seconds);
+    int count = 0;
+    const std::vector<TitleLetter> rows[2] = {layTitle("FIRST", 0.42), layTitle("LIGHT", 0.42)};
+    for (int row = 0; row < 2; ++row) {
+        for (const TitleLetter& letter : rows[row]) {
+            const double start = 0.25 * count++;
+            const Vec home = {letter.x * size, row == 0 ? 3.5 : 0.35, depth};
+            const auto gone = [start](double s) {
+                return easeBetween(10.2 + start * 0.2, 11.6 + start * 0.1, s);
+            };
+            QbExportMotion& motion = place(shot, glyphStem(letter.letter)).motion;
+            movePosition(shot, motion, [=](double s) {
+                const double in = 1.0 - easeBetween(start, start + 1.1, s);
+                return home + Vec{0, -13.0 * in * in + 9.0 * gone(s), -3.0 * in};
+            });
+            moveRotation(shot, motion, [=](double s) {
+                const double in = 1.0 - overshoot(start, start + 1.5, s);
+                return Vec{-75 * in + 5 * std::sin(s * 0.8 + start * 2), 20 * in, 0};
+            });
+            moveScale(shot, motion, [](double) { return Vec{size, size, size}; });
+        }
+    }
+    QbExportMotion& rule = place(shot, "rule").motion;
+    movePosition(shot, rule, [](double s) {
+        const double half = 6.2 * easeBetween(2.5, 4.5, s) * (1 - easeBetween(10.2, 11.2, s));
+        return Vec{-half, -0.75, depth};
+    });
+    moveScale(shot, rule, [](double s) {
+        return Vec{std::max(0.001, 12.4 * easeBetween(2.5, 4.5, s) * (1 - easeBetween(10.2, 11.2, s))), 1, 1};
+    });
+    saveShot(shot);
+}
+
+// --- overlays ---------------------------------------------------------------------------------------
+
+// Twelve marks along the upper edge; one fills with each stone that is struck.
+void makeCount(Folder& folder) {
+    Shot shot = openOverlay(folder, "count", 12);
+    for (int i = 0; i < 12; ++i) {
+        const Vec home = {-5.5 + i * 1.0, 6.7, depth};
+        QbExportMotion& mark = place(shot, "mark").motion;
+        qbExportSetPosition(mark, toFloats(home));
+        moveScale(shot, mark, [i](double s) {
+            const double in = easeBetween(0.04 * i, 0.5 + 0.04 * i, s), out = 1 - easeBetween(11.4, 11.9, s);
+            const double size = std::max(0.001, 0.1 * in * out);
+            return Vec{size, size, 1};
+        });
+        QbExportMotion& fill = place(shot, "fill").motion;
+        qbExportSetPosition(fill, toFloats(home + Vec{0, 0, -0.1}));
+        moveScale(shot, fill, [i](double s) {
+            const double flash = s >= i ? 0.35 * std::exp(-(s - i) / 0.15) : 0.0;
+            const double size = overshoot(i, i + 0.3, s) * 0.26 + flash;
+            const double shown = std::max(0.001, size * (1 - easeBetween(11.4, 11.9, s)));
+            return Vec{shown, shown, 1};
+        });
+    }
+    saveShot(shot);
+}
+
+// Two dark bars close on the picture and let it go again.
+void makeFrame(Folder& folder) {
+    Shot shot = openOverlay(folder, "frame", 12);
+    for (const double side : {-1.0, 1.0}) {
+        QbExportMotion& bar = place(shot, "matte").motion;
+        movePosition(shot, bar, [side](double s) {
+            const double in = easeBetween(0.0, 1.5, s) * (1 - easeBetween(10.5, 12.0, s));
+            return Vec{0, side * (5.25 - 1.05 * in), depth / 2};
+        });
+    }
+    saveShot(shot);
+}
+
+void addLetterModels(Folder& folder) {
+    for (const Caption& caption : captions) {
+        addModel(folder, caption.name, makeText(caption.text, 0.34, 0.095, 0.06), {faceLook(), wallLook()});
+    }
+    for (const char letter : {'F', 'I', 'R', 'S', 'T', 'L', 'G', 'H'}) {
+        const char text[2] = {letter, '\0'};
+        addModel(folder, glyphStem(letter).c_str(), makeText(text, 0, 0.13, 0.22), {faceLook(), wallLook()});
+    }
+    QbExportMesh rule = qbShapeBox({1, 0.045f, 0.02f});
+    qbMeshTransform(rule, {0.5f, 0, 0});
+    const Look golden = {.name = "Rule", .colour = gold, .diffuse = 0, .luminosity = 1, .glow = 0.4f};
+    addModel(folder, "rule", rule, {golden});
+    QbExportMesh diamond = qbShapeBox({1, 1, 0.02f});
+    qbMeshTransform(diamond, {0, 0, 0}, {0, 0, 45});
+    addModel(folder, "mark", diamond, {{.name = "Mark", .colour = plum, .diffuse = 0, .luminosity = 1}});
+    addModel(folder, "fill", diamond,
+             {{.name = "Fill", .colour = coral, .diffuse = 0, .luminosity = 1, .glow = 0.6f}});
+    addModel(folder, "matte", qbShapeBox({16, 2, 0.02f}),
+             {{.name = "Matte", .colour = abyss, .diffuse = 0, .luminosity = 0.6f}}, QB_EXPORT_X_TEXT);
+}
+
+} // namespace
+
+void makeLetters(const std::string& directory) {
+    Folder folder{directory, {}};
+    addLetterModels(folder);
+    saveModels(folder);
+    for (const Caption& caption : captions) {
+        makeCaption(folder, caption);
+    }
+    makeTitle(folder);
+    makeCount(folder);
+    makeFrame(folder);
+}

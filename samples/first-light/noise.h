@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+
+// Chance that is the same on every run: values between 0 and 1 from whole numbers.
+inline double hash01(int x, int y = 0, int salt = 0) {
+    uint32_t h = static_cast<uint32_t>(x) * 374761393u + static_cast<uint32_t>(y) * 668265263u +
+                 static_cast<uint32_t>(salt) * 2246822519u;
+    h = (h ^ (h >> 13)) * 1274126177u;
+    h ^= h >> 16;
+    return h / 4294967295.0;
+}
+
+// Smooth noise with features of about one unit, 0 to 1.
+inline double smoothNoise(double x, double y, int salt = 0) {
+    const double fx = std::floor(x), fy = std::floor(y);
+    const int ix = static_cast<int>(fx), iy = static_cast<int>(fy);
+    const double u = (x - fx) * (x - fx) * (3 - 2 * (x - fx));
+    const double v = (y - fy) * (y - fy) * (3 - 2 * (y - fy));
+    const double low = hash01(ix, iy, salt) * (1 - u) + hash01(ix + 1, iy, salt) * u;
+    const double high = hash01(ix, iy + 1, salt) * (1 - u) + hash01(ix + 1, iy + 1, salt) * u;
+    return low * (1 - v) + high * v;
+}

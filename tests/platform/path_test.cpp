@@ -1,0 +1,163 @@
+#include "platform/path.h"
+
+#include "support/temporary_directory.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace {
+
+struct Case {
+    const char* asked;
+    const char* found; // null when nothing is meant
+};
+
+class Path : public testing::Test {
+protected:
+    static std::string resolved(const std::string& name) {
+        std::string found = "untouched";
+        return qbPathResolve(name.c_str(), found) ? found : "-" + found;
+    }
+    static bool opens(const char* name, const char* mode) {
+        std::FILE* file = qbPathOpen(name, mode);
+        if (file) fclose(file);
+        return file != nullptr;
+    }
+    TemporaryDirectory directory;
+};
+
+} // namespace
+
+TEST_F(Path, ResolvesWhatIsMeant) {
+    directory.write("Data/Ville 1.QUAB");
+    directory.write("Data/\xC3\xA9t\xC3\xA9.x");
+    directory.write("we\\ird.x");
+    directory.write("we/ird.x");
+    const Case cases[] = {
+        {"Data/Ville 1.QUAB", "Data/Ville 1.QUAB"},
+        {"data/ville 1.quab", "Data/Ville 1.QUAB"},
+        {"DATA\\VILLE 1.quab", "Data/Ville 1.QUAB"},
+        {"data//ville 1.quab", "Data/Ville 1.QUAB"},
+        {".\\data\\..\\DATA\\\xC3\xA9T\xC3\xA9.X", "./Data/../Data/\xC3\xA9t\xC3\xA9.x"},
+        {"data\\", "Data"},
+        {"we\\ird.x", "we\\ird.x"}, // a backslash in a real name is a letter of it
+        {"WE\\ird.x", "we/ird.x"},
+        {"data/ville  1.quab", nullptr},
+        {"Data/Ville 1.QUAB/x", nullptr},
+        {"data/\xC3\x89t\xC3\x89.x", nullptr}, // only ASCII letters have a case
+        {"missing\\ville 1.quab", nullptr},
+        {"..\\missing", nullptr},
+        {"", nullptr},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(resolved(c.asked), c.found ? c.found : "-untouched") << c.asked;
+    }
+    EXPECT_EQ(resolved(directory.path() + "\\data\\Ville 1.Quab"), directory.path() + "/Data/Ville 1.QUAB");
+    std::string found;
+    EXPECT_FALSE(qbPathResolve(nullptr, found));
+}
+
+TEST_F(Path, ResolvesThroughDirectoriesThatDifferInCaseAlone) {
+    directory.write("SUB/a.txt");
+    directory.write("Sub/A.TXT");
+    directory.write("sub/b.txt");
+    EXPECT_EQ(resolved("Sub/a.txt"), "Sub/A.TXT"); // the exact directory first
+    EXPECT_EQ(resolved("sub/a.txt"), "SUB/a.txt"); // then in byte order
+    EXPECT_EQ(resolved("SUB\\B.TXT"), "sub/b.txt");
+}
+
+TEST_F(Path, ResolvesInPlace) {
+    directory.write("Data/a.txt");
+    std::string name = "DATA\\A.TXT";
+    EXPECT_TRUE(qbPathResolve(name.c_str(), name));
+    EXPECT_EQ(name, "Data/a.txt");
+}
+
+TEST_F(Path, OpensForReading) {
+    directory.write("Data/a.txt", "abc");
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(qbPathOpen("data\\A.txt", "rb"), fclose);
+    ASSERT_TRUE(file);
+    EXPECT_EQ(fgetc(file.get()), 'a');
+    EXPECT_FALSE(opens("data", "rb")); // a directory
+    EXPECT_FALSE(opens("b.txt", "rb"));
+    EXPECT_FALSE(opens("b.txt", "r+b")); // must exist, though it is written
+    EXPECT_FALSE(opens(nullptr, "rb"));
+    EXPECT_FALSE(opens("", "rb"));
+    EXPECT_EQ(qbFileExists("DATA/A.TXT"), 1);
+    EXPECT_EQ(qbFileExists("data"), 0);
+    EXPECT_EQ(qbFileExists("data/b.txt"), 0);
+}
+
+TEST_F(Path, WritingResolvesTheDirectoryAndKeepsTheName) {
+    directory.write("Data/old.txt", "old");
+    EXPECT_TRUE(opens("DATA\\New.txt", "wb"));
+    EXPECT_TRUE(std::filesystem::exists("Data/New.txt"));
+    EXPECT_TRUE(opens("data/OLD.txt", "wb"));
+    EXPECT_EQ(std::filesystem::file_size("Data/old.txt"), 3U);
+    EXPECT_TRUE(std::filesystem::exists("Data/OLD.txt"));
+    EXPECT_TRUE(opens("plain.txt", "wb"));
+    EXPECT_FALSE(opens("missing\\new.txt", "wb"));
+    EXPECT_FALSE(opens("data\\", "wb"));
+    EXPECT_FALSE(std::filesystem::exists("missing\\new.txt"));
+}
+
+TEST_F(Path, SplitsAtEitherSeparator) {
+    struct Split {
+        const char *path, *directory, *name;
+    };
+    const Split cases[] = {
+        {"xport/ville.quab", "xport/", "ville.quab"},
+        {"xport\\ville.quab", "xport\\", "ville.quab"},
+        {"/a/b\\c d.x", "/a/b\\", "c d.x"},
+        {"plain.x", "", "plain.x"},
+        {"xport/", "xport/", ""},
+        {"/root", "/", "root"},
+        {"", "", ""},
+    };
+    for (const Split& c : cases) {
+        EXPECT_STREQ(qbDirName(c.path), c.directory);
+        EXPECT_STREQ(qbBaseName(c.path), c.name);
+    }
+    directory.write("ba\\ck.x");
+    EXPECT_STREQ(qbBaseName("ba\\ck.x"), "ba\\ck.x");
+    EXPECT_EQ(std::string(qbBaseName(std::string(300, 'n').c_str())), std::string(256, 'n'));
+    EXPECT_EQ(std::string(qbDirName((std::string(3000, 'd') + "/n").c_str())), std::string(2048, 'd'));
+}
+
+TEST_F(Path, FullPathIsAbsoluteAndNeverCut) {
+    directory.write("Data/a.txt");
+    EXPECT_EQ(qbFullPath("data\\a.txt"), directory.path() + "/Data/a.txt");
+    EXPECT_EQ(qbFullPath("./new.txt"), directory.path() + "/new.txt");
+    EXPECT_EQ(qbFullPath("."), directory.path());
+    EXPECT_STREQ(qbFullPath("/new/file"), "/new/file");
+    const std::string longest = "/" + std::string(2047, 'n');
+    EXPECT_EQ(qbFullPath(longest.c_str()), longest);
+    EXPECT_STREQ(qbFullPath((longest + "n").c_str()), "");
+}
+
+TEST_F(Path, EntersDirectories) {
+    directory.write("Data/sub dir/a.txt");
+    EXPECT_EQ(qbSetDirectory("DATA\\Sub Dir"), 0);
+    EXPECT_EQ(qbCurrentDirectory(), directory.path() + "/Data/sub dir");
+    EXPECT_EQ(qbSetDirectory(""), 0);
+    EXPECT_EQ(qbSetDirectory("a.txt"), -1);
+    EXPECT_EQ(qbSetDirectory("missing"), -1);
+    EXPECT_EQ(qbCurrentDirectory(), directory.path() + "/Data/sub dir");
+}
+
+TEST_F(Path, FindsInTheOrderOfThePlaces) {
+    const std::string name = std::filesystem::path(directory.path()).filename();
+    ASSERT_NE(qbProgramDirectory(), nullptr);
+    const std::string beside = qbProgramDirectory() + name;
+    EXPECT_EQ(std::filesystem::path(beside).parent_path(),
+              std::filesystem::read_symlink("/proc/self/exe").parent_path());
+    EXPECT_EQ(qbFindFile(name.c_str()), name); // nowhere
+    directory.write(beside);
+    EXPECT_EQ(qbFindFile(name.c_str()), beside);
+    EXPECT_EQ(qbFindFile(qbFindFile(name.c_str())), beside);
+    directory.write("shaders/" + name);
+    EXPECT_EQ(qbFindFile(name.c_str()), "shaders/" + name);
+    directory.write(name);
+    EXPECT_EQ(qbFindFile(name.c_str()), name);
+    std::filesystem::remove(beside);
+}

@@ -1,0 +1,273 @@
+#include "scene/format/channel.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <deque>
+#include <string>
+#include <vector>
+
+namespace {
+
+// Offsets stand for channels here: binding never looks at samples.
+struct Group {
+    const char* name;
+    std::vector<std::pair<const char*, uint32_t>> channels = {};
+    std::vector<Group> children = {};
+};
+
+struct BindTest : testing::Test {
+    std::deque<std::vector<QbChannel>> channelArrays;
+    std::deque<std::vector<QbChannelGroup>> groupArrays;
+    QbSceneGlobals globals{};
+    QbProcessing processing{};
+    QbScene scene{};
+    std::vector<QbObject> objects;
+    std::vector<QbLight> lights;
+    std::vector<QbCamera> cameras;
+    std::vector<QbEmitter> emitters;
+    std::vector<QbSurface> surfaces;
+    std::vector<QbSceneObject> sceneObjects;
+
+    ~BindTest() override {
+        for (const QbSurface& surface : surfaces)
+            std::free(surface.shaderParams);
+    }
+
+    QbChannelGroup* build(const std::vector<Group>& groups) {
+        std::vector<QbChannelGroup> built;
+        for (const Group& group : groups) {
+            auto& channels = channelArrays.emplace_back();
+            for (const auto& [name, vals] : group.channels)
+                channels.push_back({name, 0, vals});
+            QbChannelGroup* children = build(group.children);
+            built.push_back({group.name, static_cast<int32_t>(channels.size()), channels.data(),
+                             static_cast<int32_t>(group.children.size()), children});
+        }
+        return groupArrays.emplace_back(std::move(built)).data();
+    }
+
+    void bind(const std::vector<Group>& groups) {
+        scene.globals = &globals;
+        scene.processing = &processing;
+        scene.groups = build(groups);
+        scene.groupCount = static_cast<int32_t>(groups.size());
+        scene.objects = objects.data();
+        scene.objectCount = static_cast<int32_t>(objects.size());
+        scene.lights = lights.data();
+        scene.lightCount = static_cast<int32_t>(lights.size());
+        scene.cameras = cameras.data();
+        scene.cameraCount = static_cast<int32_t>(cameras.size());
+        scene.emitters = emitters.data();
+        scene.emitterCount = static_cast<int32_t>(emitters.size());
+        scene.sceneObjects = sceneObjects.data();
+        scene.sceneObjectCount = static_cast<int32_t>(sceneObjects.size());
+        EXPECT_EQ(qbSceneBindChannels(&scene), 0);
+    }
+
+    template <class Record>
+    static Record named(const char* name) {
+        Record record{};
+        record.name = name;
+        return record;
+    }
+};
+
+std::vector<std::pair<const char*, uint32_t>> motion(uint32_t base) {
+    return {{"Scale.Z", base + 8},    {"Scale.Y", base + 7},    {"Scale.X", base + 6},
+            {"Rotation.B", base + 5}, {"Rotation.P", base + 4}, {"Rotation.H", base + 3},
+            {"Position.Z", base + 2}, {"Position.Y", base + 1}, {"Position.X", base}};
+}
+
+void expectMotion(const QbMotionChannels& channels, uint32_t base) {
+    for (uint32_t i = 0; i < 9; i++)
+        EXPECT_EQ(channels.channels[i].vals, base ? base + i : 0) << i;
+}
+
+TEST_F(BindTest, FindsByExactNameTheFirstInTheFile) {
+    bind({{nullptr},
+          {"A", {{nullptr, 1}, {"x", 10}, {"x", 11}}, {{nullptr}, {"B", {{"y", 20}}}, {"B"}}},
+          {"A"},
+          {"a"}});
+    const QbChannelGroup* a = qbFindGroup(&scene, "A");
+    EXPECT_EQ(a, &scene.groups[1]);
+    EXPECT_EQ(qbFindGroup(&scene, "AA"), nullptr);
+    EXPECT_EQ(qbFindGroup(&scene, nullptr), nullptr);
+    EXPECT_EQ(qbFindGroup(nullptr, "A"), nullptr);
+    EXPECT_EQ(qbFindChildGroup(a, "B"), &a->groups[1]);
+    EXPECT_EQ(qbFindChildGroup(nullptr, "B"), nullptr);
+    EXPECT_EQ(qbFindChannel(a, "x"), 10u);
+    EXPECT_EQ(qbFindChannel(a, "X"), 0u);
+    EXPECT_EQ(qbFindChannel(nullptr, "x"), 0u);
+}
+
+TEST_F(BindTest, BindsSceneAndItems) {
+    objects = {named<QbObject>("Tree"), named<QbObject>("Tree"), named<QbObject>("Rock"), QbObject{}};
+    lights = {named<QbLight>("Lamp"), named<QbLight>("Dark"), named<QbLight>("Still")};
+    cameras = {named<QbCamera>("Eye"), named<QbCamera>("Fixed")};
+    emitters = {named<QbEmitter>("Smoke"), QbEmitter{}};
+    bind({{"MC", {{"CameraSelector", 5}}},
+          {"Global",
+           {{"ColorSaturation", 11},
+            {"GlowIntensity", 12},
+            {"GlowRadius", 13},
+            {"AmbientColor.R", 14},
+            {"AmbientColor.G", 15},
+            {"AmbientColor.B", 16}}},
+          {"Tree", {{"Position.X", 1}}},
+          {"Quab.World:Tree", motion(100)},
+          {"Quab.World:Tree", motion(900)},
+          {"Quab.World:", motion(950)},
+          {"Quab.World:Lamp", motion(200)},
+          {"Lamp",
+           {{"Range", 31},
+            {"Color.R", 32},
+            {"Color.G", 33},
+            {"Color.B", 34},
+            {"Intensity", 35},
+            {"ConeAngle", 36},
+            {"EdgeAngle", 37}}},
+          {"Quab.World:Dark", motion(300)},
+          {"Still", {{"Range", 38}}},
+          {"Quab.World:Eye", motion(400)},
+          {"Eye", {{"ZoomFactor", 41}, {"FocalDistance", 42}, {"FStop", 43}}},
+          {"Fixed", {{"ZoomFactor", 44}}},
+          {"Quab.World:Smoke", motion(500)}});
+
+    EXPECT_EQ(globals.cameraSelector.vals, 5u);
+    EXPECT_EQ(processing.colorSaturationChannel.vals, 11u);
+    EXPECT_EQ(processing.glowIntensityChannel.vals, 12u);
+    EXPECT_EQ(processing.glowRadiusChannel.vals, 13u);
+
+    EXPECT_EQ(objects[0].motionGroup, &scene.groups[3]);
+    expectMotion(objects[0].motion, 100);
+    expectMotion(objects[1].motion, 100);
+    expectMotion(objects[2].motion, 0);
+    expectMotion(objects[3].motion, 0);
+    EXPECT_EQ(objects[2].motionGroup, nullptr);
+
+    for (const QbLight& light : lights)
+        for (uint32_t i = 0; i < 3; i++)
+            EXPECT_EQ(light.ambientChannels[i].vals, 14 + i);
+    const QbLight& lamp = lights[0];
+    expectMotion(lamp.motion, 200);
+    EXPECT_EQ(lamp.group, &scene.groups[7]);
+    EXPECT_EQ(lamp.rangeChannel.vals, 31u);
+    EXPECT_EQ(lamp.colorChannels[0].vals, 32u);
+    EXPECT_EQ(lamp.colorChannels[2].vals, 34u);
+    EXPECT_EQ(lamp.intensityChannel.vals, 35u);
+    EXPECT_EQ(lamp.coneAngleChannel.vals, 36u);
+    EXPECT_EQ(lamp.edgeAngleChannel.vals, 37u);
+    expectMotion(lights[1].motion, 300);
+    EXPECT_EQ(lights[1].group, nullptr) << "motion, but constant colour";
+    EXPECT_EQ(lights[2].group, nullptr) << "without a world group the plain one is not looked for";
+    EXPECT_EQ(lights[2].rangeChannel.vals, 0u);
+
+    expectMotion(cameras[0].motion, 400);
+    EXPECT_EQ(cameras[0].zoomChannel.vals, 41u);
+    EXPECT_EQ(cameras[0].focalDistanceChannel.vals, 42u);
+    EXPECT_EQ(cameras[0].fStopChannel.vals, 43u);
+    EXPECT_EQ(cameras[1].zoomChannel.vals, 0u);
+
+    expectMotion(emitters[0].motion, 500);
+    expectMotion(emitters[1].motion, 0);
+}
+
+TEST_F(BindTest, LinksObjectsByFileName) {
+    objects = {named<QbObject>("ville:Layer1"), named<QbObject>("ville:Layer2"), named<QbObject>("no file"),
+               QbObject{}};
+    objects[0].fileName = objects[1].fileName = objects[3].fileName = "ville.lwo";
+    sceneObjects = {named<QbSceneObject>("no file"), named<QbSceneObject>("ville"),
+                    named<QbSceneObject>("again")};
+    sceneObjects[1].fileName = sceneObjects[2].fileName = "ville.lwo";
+    bind({});
+    EXPECT_EQ(objects[0].sceneObject, &sceneObjects[1]);
+    EXPECT_EQ(objects[1].sceneObject, &sceneObjects[1]);
+    EXPECT_EQ(objects[2].sceneObject, nullptr);
+    EXPECT_EQ(objects[3].sceneObject, nullptr) << "an object without a name is passed over";
+}
+
+TEST_F(BindTest, BindsSurfacesAndTheirShaderNodes) {
+    const std::string longName(200, 'n');
+    const std::string longShader = "Shader:" + longName, longParam = "ShaderParam:" + longName;
+    surfaces = {named<QbSurface>("Skin"), named<QbSurface>("Cut"), named<QbSurface>("Missing"), QbSurface{}};
+    sceneObjects = {named<QbSceneObject>("elsewhere"), named<QbSceneObject>("ville")};
+    sceneObjects[1].surfaces = surfaces.data();
+    sceneObjects[1].surfaceCount = 4;
+    bind({{"Skin", {{"Diffuse", 99}}},
+          {"Surfaces",
+           {},
+           {{"ville",
+             {},
+             {{"Skin",
+               {{"Color.R", 1},
+                {"Color.G", 2},
+                {"Color.B", 3},
+                {"Specular", 4},
+                {"Refractive Index", 5},
+                {"Bump_chanvals_ref", 6},
+                {"GlowIntensity", 7},
+                {"PolygonOutlineSize", 8},
+                {"Reflective", 9}},
+               {{"Nodes",
+                 {},
+                 {{nullptr},
+                  {"ShaderVertexFunction:vertexMain (1)"},
+                  {"ShaderPixelFunction:pixelMain"},
+                  {"ShaderParam:glow (2)", {{"Scalar", 51}}},
+                  {"shader:lower.hlsl"},
+                  {"ShaderParam:no:scalar", {{"Vector", 52}}},
+                  {"Shader:radialblur.hlsl (1)"}}}}},
+              {"Cut",
+               {},
+               {{"Nodes", {}, {{"ShaderVertexFunction:alone"}, {longParam.c_str()}}},
+                {"Nodes", {}, {{"Shader:second"}}}}}}},
+            {"elsewhere", {}, {{"Missing", {{"Diffuse", 98}}}}}}}});
+
+    const QbSurface& skin = surfaces[0];
+    ASSERT_NE(skin.group, nullptr);
+    EXPECT_EQ(skin.params[QB_SURFACE_BASE_COLOR].channels[0].vals, 1u);
+    EXPECT_EQ(skin.params[QB_SURFACE_BASE_COLOR].channels[2].vals, 3u);
+    EXPECT_EQ(skin.params[QB_SURFACE_SPECULARITY].channels[0].vals, 4u);
+    EXPECT_EQ(skin.params[QB_SURFACE_IOR].channels[0].vals, 5u);
+    EXPECT_EQ(skin.params[QB_SURFACE_BUMP].channels[0].vals, 6u);
+    EXPECT_EQ(skin.params[QB_SURFACE_GLOW_VALUE].channels[0].vals, 7u);
+    EXPECT_EQ(skin.params[QB_SURFACE_LINE_SIZE].channels[0].vals, 8u);
+    EXPECT_EQ(skin.params[QB_SURFACE_REFLECTIVITY].channels[0].vals, 9u);
+    EXPECT_EQ(skin.params[QB_SURFACE_DIFFUSE].channels[0].vals, 0u);
+    EXPECT_EQ(skin.hasShader, 1);
+    EXPECT_STREQ(skin.shaderName, "radialblur.hlsl");
+    EXPECT_STREQ(skin.shaderVertexFunction, "vertexMain");
+    EXPECT_STREQ(skin.shaderPixelFunction, "pixelMain");
+    ASSERT_EQ(skin.shaderParamCount, 2);
+    EXPECT_STREQ(skin.shaderParams[0].name, "glow");
+    EXPECT_EQ(skin.shaderParams[0].channel.vals, 51u);
+    EXPECT_STREQ(skin.shaderParams[1].name, "no:scalar");
+    EXPECT_EQ(skin.shaderParams[1].channel.vals, 0u);
+
+    EXPECT_EQ(surfaces[1].hasShader, 0);
+    EXPECT_STREQ(surfaces[1].shaderVertexFunction, "alone");
+    ASSERT_EQ(surfaces[1].shaderParamCount, 1);
+    EXPECT_EQ(surfaces[1].shaderParams[0].name, std::string(67, 'n'));
+    EXPECT_EQ(surfaces[2].group, nullptr) << "another scene object's surface";
+    EXPECT_EQ(surfaces[3].group, nullptr);
+}
+
+TEST_F(BindTest, CutsShaderNamesThatDoNotFit) {
+    for (const size_t length : {63u, 64u}) {
+        const std::string text(length, 's');
+        const std::string names[] = {"Shader:" + text, "ShaderVertexFunction:" + text,
+                                     "ShaderPixelFunction:" + text};
+        surfaces = {named<QbSurface>("S")};
+        sceneObjects = {named<QbSceneObject>("o")};
+        sceneObjects[0].surfaces = surfaces.data();
+        sceneObjects[0].surfaceCount = 1;
+        const Group nodes = {"Nodes", {}, {{names[0].c_str()}, {names[1].c_str()}, {names[2].c_str()}}};
+        bind({{"Surfaces", {}, {{"o", {}, {{"S", {}, {nodes}}}}}}});
+        EXPECT_EQ(surfaces[0].shaderName, std::string(63, 's'));
+        EXPECT_EQ(surfaces[0].shaderVertexFunction, std::string(63, 's'));
+        EXPECT_EQ(surfaces[0].shaderPixelFunction, std::string(63, 's'));
+    }
+}
+
+} // namespace

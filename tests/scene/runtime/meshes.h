@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+// Small .x files as text.
+
+// A cube around the origin, one material of a diffuse colour ("1.0;0.5;0.0").
+std::string boxMesh(float edge, const std::string& diffuse);
+
+// A triangle with its corners at x = 0, 1 and 0, bound to one bone that moves along X by one unit a frame,
+// keys at 0 and 10. The engine's reader counts ten frames there, 0 to 9: it never reaches the last key.
+std::string slidingMesh();

@@ -1,0 +1,265 @@
+#include "engine/engine.h"
+#include "engine/lights.h"
+#include "fake_scene.h"
+#include "meshes.h"
+#include "scene/runtime/objects.h"
+#include "scene/runtime/slots.h"
+#include "stage.h"
+
+#include <cstdlib>
+#include <new>
+
+// Counts what the program allocates, for the paths that must not.
+static long allocations = 0;
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    allocations++;
+    return std::malloc(size > 0 ? size : 1);
+}
+
+void* operator new(std::size_t size) {
+    void* memory = operator new(size, std::nothrow);
+    if (!memory) throw std::bad_alloc();
+    return memory;
+}
+
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+using irr::core::vector3df;
+using irr::video::SColorf;
+
+namespace {
+
+class Update : public Stage {
+protected:
+    void SetUp() override {
+        Stage::SetUp();
+        directory.write("box.x", boxMesh(2.0F, "1.0;1.0;1.0"));
+        directory.write("slide.x", slidingMesh());
+        FakeScene& scene = fakeScenes["main"];
+        scene.objects = {{"A", "box.x"}};
+        scene.objects[0].surfaceCount = 1;
+        scene.lights.resize(1);
+        scene.cameras.resize(1);
+        scene.emitters = {{"E", "e.png", {1.0F, 1.0F, 1.0F}}};
+    }
+
+    void load(const char* name, int slot, int first, int extra) {
+        ASSERT_EQ(qbSceneLoad(name, slot, first, first, first, 0, "data", extra), 0);
+        messages.clear();
+    }
+
+    static std::vector<std::string> logOf(int slot) {
+        fakeLogs = true;
+        fakeLog.clear();
+        qbSceneUpdate(slot, 0);
+        return fakeLog;
+    }
+};
+
+void expectColor(const SColorf& color, int r, int g, int b) {
+    const float byte = 0.003921569F;
+    EXPECT_FLOAT_EQ(color.r, static_cast<float>(r) * byte);
+    EXPECT_FLOAT_EQ(color.g, static_cast<float>(g) * byte);
+    EXPECT_FLOAT_EQ(color.b, static_cast<float>(b) * byte);
+}
+
+} // namespace
+
+TEST_F(Update, RunsInTheSettledOrder) {
+    load("main", 0, 1, 0);
+    const std::vector<std::string> whole = {
+        "glow",
+        "current camera",
+        "fov",
+        "depth of field",
+        "camera position",
+        "camera rotation",
+        "ambient",
+        "light position",
+        "light rotation",
+        "light color",
+        "light type",
+        "emitter position",
+        "emitter rotation",
+        "emitter velocity",
+        "emitter gravity",
+        "emitter birth rate",
+        "object position",
+        "object rotation",
+        "object scale",
+        "object surfaces",
+    };
+    EXPECT_EQ(logOf(0), whole);
+    fakeLogs = false;
+    load("main", 0, 1, 1);
+    const std::vector<std::string> extra = {
+        "current camera",   "camera position",  "ambient",         "emitter position",
+        "emitter rotation", "emitter velocity", "emitter gravity", "emitter birth rate",
+        "object position",  "object rotation",  "object scale",    "object surfaces",
+    };
+    EXPECT_EQ(logOf(0), extra);
+}
+
+TEST_F(Update, CarriesTheCamera) {
+    FakeScene& scene = fakeScenes["main"];
+    scene.cameras.resize(2);
+    scene.camera = 1;
+    scene.cameras[1] = {{{1.0F, 2.0F, 3.0F}, {0.0F, 90.0F, 0.0F}, {}, 0.5F}, 60.0F, 1, 7.0F, 2.8F};
+    scene.glow = 1;
+    scene.glowIntensity = 0.5F;
+    scene.glowRadius = 9.0F;
+    load("main", 0, 1, 0);
+    qbSceneUpdate(0, 10);
+    EXPECT_EQ(camera->getPosition(), vector3df(6.0F, 2.0F, 3.0F));
+    EXPECT_EQ(holder->getRotation(), vector3df(0.0F, 90.0F, 0.0F));
+    EXPECT_NEAR((camera->getTarget() - camera->getPosition()).X, 1.0F, 1e-5F) << "turned to look along X";
+    EXPECT_NEAR(camera->getFOV(), 60.0F * 3.14F / 230.0F, 1e-6F);
+    const QbEngine* engine = qbEngineGet();
+    EXPECT_EQ(engine->glowEnabled, 1);
+    EXPECT_EQ(engine->glowIntensity, 0.5F);
+    EXPECT_EQ(engine->glowRadius, 9.0F);
+    EXPECT_EQ(engine->depthOfFieldEnabled, 1);
+    EXPECT_EQ(engine->focalDistance, 7.0F);
+    EXPECT_EQ(engine->fStop, 2.8F);
+    scene.camera = -3;
+    scene.cameras[0].motion.position = {8.0F, 8.0F, 8.0F};
+    qbSceneUpdate(0, 0);
+    EXPECT_EQ(camera->getPosition(), vector3df(8.0F, 8.0F, 8.0F));
+}
+
+TEST_F(Update, LeavesTheCameraAloneWithoutOne) {
+    fakeScenes["main"].cameras.clear();
+    camera->setFOV(1.25F);
+    holder->setPosition(vector3df(1.0F, 2.0F, 3.0F));
+    load("main", 0, 1, 0);
+    qbSceneUpdate(0, 10);
+    EXPECT_EQ(camera->getFOV(), 1.25F);
+    EXPECT_EQ(holder->getPosition(), vector3df(1.0F, 2.0F, 3.0F));
+}
+
+TEST_F(Update, PlacesExtrasAgainstTheirOwnCamera) {
+    FakeScene& scene = fakeScenes["extra"];
+    scene = fakeScenes["main"];
+    scene.glow = 1;
+    scene.objects[0].motion.position = {10.0F, 20.0F, 30.0F};
+    scene.cameras[0] = {{{1.0F, 2.0F, 3.0F}, {0.0F, 90.0F, 0.0F}, {}, 0.5F}, 20.0F, 1, 7.0F, 2.8F};
+    camera->setFOV(1.25F);
+    load("extra", 0, 1, 1);
+    qbSceneUpdate(0, 8);
+    EXPECT_EQ(qbObjectMeshNode(1)->getPosition(), vector3df(5.0F, 18.0F, 27.0F));
+    EXPECT_EQ(camera->getFOV(), 1.25F);
+    EXPECT_EQ(holder->getPosition(), vector3df(0.0F, 0.0F, 0.0F));
+    EXPECT_EQ(qbEngineGet()->glowEnabled, 0);
+    EXPECT_EQ(qbEngineGet()->depthOfFieldEnabled, 0);
+}
+
+TEST_F(Update, DrivesLights) {
+    FakeScene& scene = fakeScenes["main"];
+    scene.lights.resize(4);
+    scene.lights[0].type = 0;
+    scene.lights[0].motion.rotation = {10.0F, 20.0F, 30.0F};
+    scene.lights[1].type = 2;
+    scene.lights[2].type = 7; // neither distant nor spot
+    scene.lights[2].color = {1.0F, 0.5F, 0.0F};
+    scene.lights[2].intensity = 1.5F;
+    scene.lights[3].falloff = 1;
+    scene.lights[3].range = 40.0F;
+    load("main", 0, 1, 0);
+    qbSceneStart(0);
+    scene.lights[1].edge = 12.0F;
+    qbSceneUpdate(0, 5);
+    using namespace irr::video;
+    const SLight* lights[4] = {qbVisibleLightData(0), qbVisibleLightData(1), qbVisibleLightData(2),
+                               qbVisibleLightData(3)};
+    for (const SLight* light : lights)
+        ASSERT_NE(light, nullptr);
+    EXPECT_EQ(lights[0]->Type, ELT_DIRECTIONAL);
+    EXPECT_EQ(lights[0]->Radius, 100.0F);
+    EXPECT_EQ(qbVisibleLightNode(0)->getRotation(), vector3df(10.0F, 20.0F, 30.0F));
+    EXPECT_EQ(lights[1]->Type, ELT_SPOT);
+    EXPECT_EQ(lights[1]->InnerCone, 18.0F) << "cone less edge";
+    EXPECT_EQ(lights[1]->OuterCone, 30.0F);
+    EXPECT_EQ(lights[1]->Radius, 10000000.0F);
+    EXPECT_EQ(lights[2]->Type, ELT_POINT);
+    EXPECT_EQ(lights[2]->Radius, 10000000.0F);
+    expectColor(lights[2]->DiffuseColor, 126, 191, 0);
+    EXPECT_EQ(lights[3]->Radius, 45.0F);
+}
+
+TEST_F(Update, PutsTheAmbientIntoTheFirstVisibleLight) {
+    fakeScenes["main"].ambient = {0.5F, 0.25F, 2.0F};
+    fakeScenes["main"].lights.resize(2);
+    fakeScenes["extra"].cameras.resize(1);
+    load("main", 0, 1, 0);
+    load("extra", 1, 50, 1);
+    qbSceneUpdate(0, 0);
+    EXPECT_EQ(qbVisibleLightNode(0), nullptr) << "no light is visible: nothing takes it";
+    qbSceneStart(0);
+    const SColorf before = qbVisibleLightData(1)->AmbientColor;
+    qbSceneUpdate(0, 0);
+    expectColor(qbVisibleLightData(0)->AmbientColor, 127, 63, 254);
+    EXPECT_EQ(qbVisibleLightData(1)->AmbientColor.r, before.r);
+    qbSceneUpdate(1, 0);
+    expectColor(qbVisibleLightData(0)->AmbientColor, 0, 0, 0);
+}
+
+TEST_F(Update, TakesColorsOutOfEveryRange) {
+    fakeScenes["main"].lights[0].color = {-1.0F, 1e30F, NAN};
+    load("main", 0, 1, 0);
+    qbSceneStart(0);
+    qbSceneUpdate(0, 0);
+    expectColor(qbVisibleLightData(0)->DiffuseColor, 1, 0, 0);
+}
+
+TEST_F(Update, PlaysMeshFramesFromTheScenesZero) {
+    FakeScene& scene = fakeScenes["main"];
+    scene.objects = {{"A", "slide.x"}};
+    scene.firstFrame = 100;
+    scene.framesPerSecond = 25;
+    load("main", 0, 1, 0);
+    const struct {
+        int time;
+        float frame;
+    } cases[] = {{0, 0.0F}, {100, 2.5F}, {360, 9.0F}, {380, 9.0F}, {400, 9.0F}, {100000, 9.0F}, {-80, 0.0F}};
+    for (const auto& entry : cases) {
+        qbSceneUpdate(0, entry.time);
+        EXPECT_NEAR(qbObjectAnimatedNode(1)->getFrameNr(), entry.frame, 1e-5F) << entry.time;
+    }
+}
+
+TEST_F(Update, MovesObjects) {
+    FakeScene& scene = fakeScenes["main"];
+    scene.objects[0].motion = {{1.0F, 2.0F, 3.0F}, {10.0F, 20.0F, 30.0F}, {0.5F, 2.0F, 1.0F}, 0.5F};
+    load("main", 0, 1, 0);
+    qbSceneUpdate(0, 20);
+    const irr::scene::ISceneNode* node = qbObjectMeshNode(1);
+    EXPECT_EQ(node->getPosition(), vector3df(11.0F, 2.0F, 3.0F));
+    EXPECT_EQ(node->getRotation(), vector3df(10.0F, 20.0F, 30.0F));
+    EXPECT_EQ(node->getScale(), vector3df(0.5F, 2.0F, 1.0F));
+    EXPECT_EQ(qbObjectSurfaceCtx(1, 0)->params[1].color[0], 20.0F);
+    qbSceneUpdate(0, -20);
+    EXPECT_EQ(node->getPosition(), vector3df(-9.0F, 2.0F, 3.0F));
+}
+
+TEST_F(Update, AllocatesNothing) {
+    FakeScene& scene = fakeScenes["main"];
+    scene.objects = {{"A", "box.x"}, {"B", "slide.x"}};
+    scene.objects[0].surfaceCount = 65;
+    load("main", 0, 1, 0);
+    load("main", 1, 10, 1);
+    qbSceneStart(0);
+    qbSceneStart(1);
+    const long before = allocations;
+    for (int time = 0; time < 400; time += 40) {
+        qbSceneUpdate(1, time);
+        qbSceneUpdate(0, time);
+    }
+    EXPECT_EQ(allocations, before);
+}
