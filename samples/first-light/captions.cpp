@@ -86,17 +86,19 @@ Shot openOverlay(Folder& folder, const std::string& name, double seconds) {
 struct Caption {
     const char* name;
     const char* text;
+    double left = -9.9;
 };
 
 constexpr Caption captions[] = {
-    {"one_spark", "ONE SPARK"},    {"twelve_stones", "TWELVE STONES"},   {"many_windows", "MANY WINDOWS"},
-    {"deep_swimmer", "A SWIMMER"}, {"the_lake_wakes", "THE LAKE WAKES"}, {"made_with_quab", "MADE WITH QUAB"},
+    {"one_spark", "ONE SPARK"},           {"twelve_stones", "TWELVE STONES"},
+    {"many_windows", "MANY WINDOWS"},     {"deep_swimmer", "A SWIMMER"},
+    {"the_lake_wakes", "THE LAKE WAKES"}, {"made_with_quab", "MADE WITH QUAB", 1.4},
 };
 
 void makeCaption(Folder& folder, const Caption& caption) {
     const double size = 0.62;
     const double width = layLetters(caption.text, 0.34).width * size;
-    const double x = -9.9 + width / 2;
+    const double x = caption.left + width / 2;
     Shot shot = openOverlay(folder, caption.name, captionSeconds);
     const auto gone = [](double s) { return easeBetween(captionSeconds - 0.7, captionSeconds - 0.1, s); };
     QbExportMotion& text = place(shot, caption.name).motion;
@@ -106,7 +108,9 @@ void makeCaption(Folder& folder, const Caption& caption) {
     });
     moveScale(shot, text, [=](double) { return Vec{size, size, size}; });
     QbExportMotion& rule = place(shot, "rule").motion;
-    movePosition(shot, rule, [=](double s) { return Vec{-9.9, -6.95 - 4.0 * gone(s), depth}; });
+    movePosition(shot, rule, [=, &caption](double s) {
+        return Vec{caption.left, -6.95 - 4.0 * gone(s), depth};
+    });
     moveScale(shot, rule, [=](double s) {
         return Vec{std::max(0.001, (width + 1.0) * easeBetween(0.1, 1.4, s)), 1, 1};
     });
@@ -146,7 +150,7 @@ void makeTitle(Folder& folder) {
     for (int row = 0; row < 2; ++row) {
         for (const TitleLetter& letter : rows[row]) {
             const double start = 0.25 * count++;
-            const Vec home = {letter.x * size, row == 0 ? 3.5 : 0.35, depth};
+            const Vec home = {letter.x * size, row == 0 ? 4.35 : 1.2, depth};
             const auto gone = [start](double s) {
                 return easeBetween(10.2 + start * 0.2, 11.6 + start * 0.1, s);
             };
@@ -165,7 +169,7 @@ void makeTitle(Folder& folder) {
     QbExportMotion& rule = place(shot, "rule").motion;
     movePosition(shot, rule, [](double s) {
         const double half = 6.2 * easeBetween(2.5, 4.5, s) * (1 - easeBetween(10.2, 11.2, s));
-        return Vec{-half, -0.75, depth};
+        return Vec{-half, 0.1, depth};
     });
     moveScale(shot, rule, [](double s) {
         return Vec{std::max(0.001, 12.4 * easeBetween(2.5, 4.5, s) * (1 - easeBetween(10.2, 11.2, s))), 1, 1};
@@ -206,7 +210,7 @@ void makeFrame(Folder& folder) {
         QbExportMotion& bar = place(shot, "matte").motion;
         movePosition(shot, bar, [side](double s) {
             const double in = easeBetween(0.0, 1.5, s) * (1 - easeBetween(10.5, 12.0, s));
-            return Vec{0, side * (5.25 - 1.05 * in), depth / 2};
+            return Vec{0, side * (5.4 - 0.68 * in), depth / 2};
         });
     }
     saveShot(shot);

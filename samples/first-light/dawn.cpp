@@ -1,6 +1,7 @@
 // Dawn: the swimmer, the sunrise, the title and what comes after. One set of models for all four.
 
 #include "noise.h"
+#include "props.h"
 #include "shots.h"
 
 #include <algorithm>
@@ -81,6 +82,15 @@ void addFins(QbExportMesh& mesh) {
     addLeaf(mesh, {{0, 0, tailZ + 12}, {0, -16, tailZ - 20}}, {{0, 0, tailZ - 3}, {0, -13, tailZ - 23}}, 1);
 }
 
+// On material 2.
+void addEyes(QbExportMesh& mesh) {
+    for (const float side : {-1.0f, 1.0f}) {
+        QbExportMesh eye = qbShapeIcosphere(1.5f, 1);
+        qbMeshTransform(eye, {side * 7.4f, 3.2f, static_cast<float>(headZ) - 8.0f});
+        qbMeshAppend(mesh, eye, 2);
+    }
+}
+
 std::vector<QbExportBone> makeChain() {
     std::vector<QbExportBone> bones(chainBones);
     for (int i = 0; i < chainBones; ++i) {
@@ -149,6 +159,8 @@ QbExportMesh makeSwimmer() {
     QbExportMesh mesh = makeBody();
     const size_t bodyVertices = mesh.vertices.size();
     addFins(mesh);
+    const size_t finVertices = mesh.vertices.size();
+    addEyes(mesh);
     std::vector<QbExportBone> bones = makeChain();
     addWing(bones, "left_wing", -1, 7, 3, 0.0);
     addWing(bones, "left_tip", -1, 24, chainBones, 0.9);
@@ -156,7 +168,7 @@ QbExportMesh makeSwimmer() {
     addWing(bones, "right_tip", 1, 24, chainBones + 2, 0.9);
     for (size_t i = 0; i < mesh.vertices.size(); ++i) {
         const auto& p = mesh.vertices[i].position;
-        const bool wing = i >= bodyVertices && std::abs(p[0]) > 6.5f;
+        const bool wing = i >= bodyVertices && i < finVertices && std::abs(p[0]) > 6.5f;
         weighVertex(bones, static_cast<uint32_t>(i), p, wing);
     }
     mesh.bones = std::move(bones);
@@ -259,41 +271,27 @@ QbExportMesh makeSeed() {
     return mesh;
 }
 
-QbExportMesh makeStandingStone() {
-    const Vec foot[6] = {{24, 0, -11}, {27, 0, 5}, {12, 0, 15}, {-15, 0, 13}, {-27, 0, 2}, {-23, 0, -12}};
-    std::vector<std::vector<Vec>> rings(5);
-    for (size_t k = 0; k < 5; ++k) {
-        const double width = 1.08 - 0.1 * static_cast<double>(k) - (k == 4 ? 0.12 : 0.0);
-        for (const Vec& p : foot) {
-            const double slant = k == 4 ? p.x * 0.35 : 0.0;
-            rings[k].push_back({p.x * width, -6 + 32.0 * static_cast<double>(k) + slant, p.z * width});
-        }
-    }
-    QbExportMesh mesh = skinOverRings(rings);
-    qbMeshScaleUv(mesh, 2, 2);
-    qbMeshFlatNormals(mesh);
-    return mesh;
-}
-
 void addDawnModels(Folder& folder) {
     const Look fin = {.name = "Fin",
                       .colour = gold,
-                      .diffuse = 0.65f,
-                      .luminosity = 0.42f,
+                      .diffuse = 0.6f,
+                      .luminosity = 0.5f,
                       .glow = 0.45f,
+                      .image = "fin.jpg",
                       .bothSides = true};
     addModel(folder, "swimmer", makeSwimmer(),
              {{.name = "Skin",
                .colour = coral,
                .diffuse = 0.9f,
                .luminosity = 0.24f,
-               .specularity = 0.55f,
+               .specularity = 0.25f,
                .glossiness = 0.28f,
                .glow = 0.15f,
                .image = "skin.jpg",
                .reflection = "deep.jpg",
                .reflectivity = 0.15f},
-              fin},
+              fin,
+              {.name = "Eye", .colour = cream, .diffuse = 0.1f, .luminosity = 1, .glow = 1}},
              QB_EXPORT_X_TEXT);
     addModel(folder, "deep", makeDome(2600),
              {{.name = "Deep", .colour = violet, .diffuse = 0, .luminosity = 1, .image = "deep.jpg"}});
@@ -305,7 +303,7 @@ void addDawnModels(Folder& folder) {
                .colour = {0.50f, 0.26f, 0.50f},
                .diffuse = 0.55f,
                .luminosity = 0.28f,
-               .specularity = 0.9f,
+               .specularity = 0.32f,
                .glossiness = 0.26f,
                .reflection = "sky.jpg",
                .reflectivity = 0.35f}});
@@ -327,67 +325,17 @@ void addDawnModels(Folder& folder) {
                .colour = plum,
                .diffuse = 0.8f,
                .luminosity = 0.10f,
-               .specularity = 0.4f,
+               .specularity = 0.1f,
                .glossiness = 0.25f},
               {.name = "Lantern", .colour = amber, .diffuse = 0.2f, .luminosity = 0.95f, .glow = 0.9f}});
     addModel(folder, "seed", makeSeed(),
-             {{.name = "Seed", .colour = cream, .diffuse = 0.4f, .luminosity = 0.6f, .glow = 0.6f}},
+             {{.name = "Seed", .colour = cream, .diffuse = 0.15f, .luminosity = 0.9f, .glow = 0.6f}},
              QB_EXPORT_X_TEXT);
-    addModel(folder, "stone", makeStandingStone(),
-             {{.name = "Slate",
-               .colour = {0.45f, 0.40f, 0.56f},
-               .diffuse = 1,
-               .luminosity = 0.05f,
-               .specularity = 0.25f,
-               .glossiness = 0.25f,
-               .image = "slate.jpg",
-               .bump = "slate_normal.png"}});
-    QbExportMesh core = qbShapeIcosphere(6, 1);
-    qbMeshFlatNormals(core);
-    addModel(folder, "spark", std::move(core),
-             {{.name = "Ember",
-               .colour = gold,
-               .diffuse = 0.3f,
-               .luminosity = 0.9f,
-               .glow = 1,
-               .shader = "ember.hlsl"}});
+    addSparkModels(folder);
+    addStoneModels(folder);
 }
 
 // --- what the scenes share --------------------------------------------------------------------------
-
-void addSpark(Shot& shot, const Path& path, double beats, double size, float range) {
-    QbExportMotion& core = place(shot, "spark").motion;
-    movePosition(shot, core, path);
-    moveRotation(shot, core, [](double s) { return Vec{s * 70, s * 40, 0}; });
-    moveScale(shot, core, [=](double s) {
-        const double heart = size * (0.85 + 0.4 * beatPulse(s, beats, 0.22));
-        return Vec{heart, heart, heart};
-    });
-    surfaceOf(shot, "spark", 0).shaderParams = {
-        {"Pulse", qbExportBySeconds(shot.scene, [beats](double s) { return beatPulse(s, beats, 0.3); })},
-        {"Heat", qbExportBySeconds(shot.scene, [](double s) { return 0.6 + 0.2 * std::sin(s * 1.3); })}};
-    addLamp(shot, "Spark Light", gold, range, path,
-            [beats](double s) { return 0.7 + 0.3 * beatPulse(s, beats, 0.35); });
-}
-
-void addSeeds(Shot& shot, int count, Vec middle, Vec spread, double rise) {
-    for (int i = 0; i < count; ++i) {
-        const Vec home = {middle.x + spread.x * (hash01(i, 1, 2) * 2 - 1),
-                          middle.y + spread.y * (hash01(i, 2, 2) * 2 - 1),
-                          middle.z + spread.z * (hash01(i, 3, 2) * 2 - 1)};
-        const double phase = hash01(i, 4, 2) * tau;
-        QbExportMotion& motion = place(shot, "seed").motion;
-        movePosition(shot, motion, [=](double s) {
-            return home + Vec{9 * std::sin(s * 0.7 + phase), rise * s * (0.6 + 0.8 * hash01(i, 5)),
-                              7 * std::cos(s * 0.5 + phase)};
-        });
-        moveRotation(shot, motion, [=](double s) {
-            return Vec{s * 40 + phase * 50, 25 * std::sin(s + phase), 30 * std::cos(s * 0.8)};
-        });
-        const float size = static_cast<float>(0.6 + 0.9 * hash01(i, 6));
-        qbExportSetScale(motion, {size, size, size});
-    }
-}
 
 // Heading, pitch and bank of something that swims along a path.
 Vec headingOn(const Path& path, double s) {
@@ -420,28 +368,30 @@ void makeSwimmerShot(Folder& folder) {
                    -330 + 62 * s + 6 * s * climb};
     };
     addSwimmer(shot, swim, 1.0);
-    addSpark(
+    placeSpark(
         shot,
         [&swim](double s) {
-            return swim(s + 1.9) + Vec{10 * std::sin(s * 2.1), 12 + 6 * std::sin(s * 3.3), 0};
+            return swim(s + 1.75) + Vec{9 * std::sin(s * 2.1), 10 + 6 * std::sin(s * 3.3), 0};
         },
-        1.0, 0.8, 420);
-    for (int i = 0; i < 26; ++i) {
+        1.0, 0.75, 420, constant(1));
+    for (int i = 0; i < 44; ++i) {
         const double side = i % 2 == 0 ? -1 : 1;
-        const double x = side * (120 + 260 * hash01(i, 11)), z = -380 + 62.0 * i * 0.75;
-        placeAt(shot, "stem", {x, -60 - 50 * hash01(i, 12), z}, {hash01(i, 13) * 300 + 7, 0, 0},
-                {1, 0.8 + 0.6 * hash01(i, 14), 1});
+        const double x = side * (130 + 420 * hash01(i, 11)), z = -520 + 36.0 * i;
+        placeAt(shot, "stem", {x, -40 - 50 * hash01(i, 12), z}, {hash01(i, 13) * 300 + 7, 0, 0},
+                {1, 0.7 + 0.8 * hash01(i, 14), 1});
     }
-    addSeeds(shot, 70, {0, 150, 100}, {240, 150, 480}, 5);
-    const Path eye = throughKeys({{0, {-96, 92, -150}},
-                                  {3, {-150, 104, -90}},
-                                  {6, {-128, 140, 40}},
-                                  {9, {-40, 150, 120}},
-                                  {12, {60, 160, 230}}});
-    const Path target = [&swim](double s) { return swim(s + 0.25) + Vec{0, 4, 10}; };
+    placeDrift(shot, {"seed", 80, {0, 190, 120}, {260, 170, 480}, 5, 1.0});
+    // Ahead of it, beside it, then below it as it climbs.
+    const Path around = throughKeys({{0, {-104, -18, 212}},
+                                     {3, {-172, -4, 120}},
+                                     {6, {-182, 26, -10}},
+                                     {9, {-120, 10, -130}},
+                                     {12, {-36, -62, -196}}});
+    const Path eye = [&](double s) { return swim(s) + around(s); };
+    const Path target = [&swim](double s) { return swim(s) + Vec{0, 4, 16}; };
     film(
-        shot, eye, target, [](double s) { return 62 - 8 * easeBetween(5, 12, s); },
-        [](double s) { return 6 * std::sin(s * 0.6 + 0.5); });
+        shot, eye, target, [](double s) { return 60 - 6 * easeBetween(8, 12, s); },
+        [](double s) { return 5 * std::sin(s * 0.6 + 0.5); });
     setGlow(
         shot, [](double s) { return 0.6 + 0.3 * beatPulse(s, 1.0, 0.5); }, constant(20));
     saveShot(shot);
@@ -471,20 +421,21 @@ void addLandscape(Shot& shot, const Curve& sun, double haloPeriod) {
             return Vec{size, size, 1};
         });
     }
-    for (int i = 0; i < 26; ++i) {
-        const double z = -60 + 62.0 * i;
+    for (int i = 0; i < 40; ++i) {
+        const double z = -180 + 44.0 * i;
         QbExportMotion& glint = place(shot, "glint").motion;
         qbExportSetPosition(glint, toFloats({6 * std::sin(i * 2.7), 1.0, z}));
         moveScale(shot, glint, [=, &sun](double s) {
             const double shimmer = 0.55 + 0.45 * std::sin(s * (2.0 + hash01(i, 21)) + i * 1.9);
-            const double wide = (14 + z * 0.085) * shimmer * risen(s) * (0.8 + 0.4 * beatPulse(s, 0.5, 0.2));
+            const double wide = (26 + z * 0.13) * shimmer * risen(s) * (0.8 + 0.4 * beatPulse(s, 0.5, 0.2));
             return Vec{std::max(0.01, wide), 1, 1 + z / 500};
         });
     }
     for (int i = 0; i < 90; ++i) {
         const double x = (hash01(i, 31) * 2 - 1) * 520, z = -820 + 1900 * hash01(i, 32);
         const double height = landHeight(x, z);
-        if (height > 12 && height < 150) {
+        const bool clearing = x < -40 && x > -340 && z < -230; // the last scene's stones stand there
+        if (height > 12 && height < 150 && !clearing) {
             const double size = 0.8 + 0.9 * hash01(i, 33);
             placeAt(shot, "tree", {x, height - 3, z}, {hash01(i, 34) * 60 + 5, 0, 0}, {size, size, size});
         }
@@ -495,28 +446,28 @@ void makeSunriseShot(Folder& folder) {
     Shot shot = openShot(folder, "sunrise", 12, plum);
     const Curve sun = [](double s) { return -215 + 330 * easeBetween(-1.5, 13.5, s); };
     addLandscape(shot, sun, 4.0);
-    addSeeds(shot, 36, {0, 60, -420}, {150, 45, 260}, 6);
+    placeDrift(shot, {"seed", 40, {0, 70, -380}, {150, 50, 260}, 6, 0.8});
     for (int i = 0; i < 3; ++i) {
         addSwimmer(
             shot,
             [i](double s) {
-                return Vec{(i - 1) * 130.0 + 60 * std::sin(s * 0.5 + i),
-                           120.0 + 34 * i + 16 * std::sin(s * 0.8 + i * 2), -560.0 + i * 90 + 105 * s};
+                return Vec{(i - 1) * 170.0 + 80 * std::sin(s * 0.5 + i),
+                           150.0 + 52 * i + 18 * std::sin(s * 0.8 + i * 2), -330.0 + i * 150 + 112 * s};
             },
-            0.62);
+            1.0);
     }
-    addSpark(
+    placeSpark(
         shot,
         [](double s) {
             const double way = easeBetween(3, 11.5, s);
             return Vec{14 * std::sin(s * 1.4) * (1 - way), 42 + 60 * way, -540 + 60 * s + 1500 * way * way};
         },
-        0.5, 1.0, 420);
+        0.5, 1.0, 420, constant(1));
     const Path eye =
         throughKeys({{0, {-36, 26, -800}}, {4, {-20, 34, -650}}, {8, {10, 60, -500}}, {12, {20, 105, -330}}});
     const Path target = throughKeys({{0, {60, 60, 200}}, {5, {10, 75, 600}}, {12, {0, 120, 1200}}});
     film(
-        shot, eye, target, [](double s) { return 60 + 6 * easeBetween(0, 12, s); },
+        shot, eye, target, [](double s) { return 60 + 7 * easeBetween(8, 13, s); },
         [](double s) { return 3.0 * std::sin(s * 0.4); });
     setGlow(
         shot, [](double s) { return 0.35 + 0.4 * easeBetween(0, 12, s); }, constant(22));
@@ -527,14 +478,14 @@ void makeTitleShot(Folder& folder) {
     Shot shot = openShot(folder, "title", 12, plum);
     const Curve sun = [](double s) { return 60 + 70 * easeBetween(0, 14, s); };
     addLandscape(shot, sun, 8.0);
-    addSeeds(shot, 60, {0, 120, -280}, {260, 110, 260}, 8);
+    placeDrift(shot, {"seed", 60, {0, 130, -180}, {260, 110, 230}, 8, 0.9});
     addSwimmer(
         shot,
         [](double s) {
             const double a = 0.9 + s * 0.16;
             return Vec{430 * std::sin(a - 0.6) - 120, 120 + 20 * std::sin(s * 0.7), 120 + 300 * std::cos(a)};
         },
-        0.9);
+        1.0);
     const Path eye = throughKeys({{0, {0, 96, -330}}, {6, {-16, 128, -410}}, {12, {-30, 150, -470}}});
     const Path target = throughKeys({{0, {0, 236, 700}}, {6, {0, 262, 700}}, {12, {0, 274, 700}}});
     film(shot, eye, target, constant(60), [](double s) { return 1.5 * std::sin(s * 0.35); });
@@ -546,20 +497,22 @@ void makeTitleShot(Folder& folder) {
 void makeAfterglowShot(Folder& folder) {
     Shot shot = openShot(folder, "afterglow", 8, plum);
     addLandscape(shot, constant(135), 8.0);
-    const double floor = landHeight(-190, -360);
-    placeAt(shot, "stone", {-190, floor - 6, -360}, {24, 0, 2}, {1, 1.0, 1});
-    placeAt(shot, "stone", {-262, landHeight(-262, -318) - 8, -318}, {-31, 0, -3}, {0.9, 0.8, 0.9});
-    const Vec rest = {-186, floor + 136, -362};
-    addSpark(
+    const Vec stone = {-188, landHeight(-188, -360) - 6, -360};
+    const Vec second = {-290, landHeight(-290, -300) - 8, -300};
+    placeAt(shot, "stone", stone, {18, 0, 2});
+    placeAt(shot, "rune", runePosition(stone, 18, 1), {18, 0, 2});
+    placeAt(shot, "stone", second, {-31, 0, -3}, {0.9, 0.85, 0.9});
+    const Vec rest = stone + Vec{4, 150, 0};
+    placeSpark(
         shot,
         [rest](double s) {
             return rest + Vec{0, 3 * std::sin(s * 1.5) + 60 * (1 - easeBetween(0, 2.5, s)), 0};
         },
-        2.0, 1.0, 300);
-    addSeeds(shot, 70, {-150, floor + 70, -420}, {110, 80, 90}, 11);
+        2.0, 1.0, 300, constant(1));
+    placeDrift(shot, {"seed", 70, stone + Vec{60, 90, 20}, {130, 80, 90}, 11, 1.0});
     const Path eye = throughKeys(
-        {{0, {-92, floor + 78, -610}}, {4, {-100, floor + 88, -582}}, {8, {-104, floor + 98, -560}}});
-    const Path target = throughKeys({{0, {-112, floor + 92, -300}}, {8, {-122, floor + 100, -300}}});
+        {{0, stone + Vec{92, 74, -262}}, {4, stone + Vec{84, 84, -232}}, {8, stone + Vec{80, 94, -206}}});
+    const Path target = throughKeys({{0, stone + Vec{66, 92, 60}}, {8, stone + Vec{56, 104, 60}}});
     film(shot, eye, target, constant(60), [](double s) { return 1.2 * std::sin(s * 0.5); });
     setGlow(shot, constant(0.6), constant(24));
     saveShot(shot);

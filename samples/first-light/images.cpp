@@ -132,8 +132,8 @@ Picture paintStreet() {
         for (int x = 0; x < 256; ++x) {
             const double along = std::min(std::abs(x - 128), std::min(x, 256 - x));
             const double across = std::min(y, 256 - y);
-            const double line = std::exp(-along * along / 3.0);
-            const double rung = 0.45 * std::exp(-across * across / 3.0);
+            const double line = std::exp(-along * along / 12.0);
+            const double rung = 0.45 * std::exp(-across * across / 12.0);
             const Colour base = scaleColour(night, static_cast<float>(0.55 + 0.2 * hash01(x / 4, y / 4, 4)));
             const Colour lit = x > 64 && x < 192 ? gold : rose;
             setTexel(picture, x, y, mixColours(base, lit, static_cast<float>(std::max(line, rung * 0.7))));
@@ -184,6 +184,19 @@ Picture paintSkin() {
     return picture;
 }
 
+// One field of a fin: v from its front edge to its hem, ribs at both sides.
+Picture paintFin() {
+    Picture picture(64, 64);
+    for (int y = 0; y < 64; ++y) {
+        for (int x = 0; x < 64; ++x) {
+            const double rib = std::exp(-std::pow(std::min(x, 63 - x) / 5.0, 2.0));
+            const Colour web = gradient({{0, gold}, {0.35, coral}, {0.8, rose}, {1, plum}}, y / 63.0);
+            setTexel(picture, x, y, mixColours(web, cream, static_cast<float>(0.6 * rib)));
+        }
+    }
+    return picture;
+}
+
 // The hills' colours: v is height, u a tint of its own for each triangle.
 Picture paintHills() {
     Picture picture(64, 256);
@@ -221,9 +234,10 @@ int saveAll(const std::string& directory, std::string& error) {
         {"night/slate_normal.png", paintSlateNormals()},
         {"night/street.jpg", paintStreet()},
         {"night/sky.jpg", paintSky(late, plum, 0.9, 1.0)},
-        {"dawn/deep.jpg", paintSky(deep, rose, 0.8, 0.5)},
+        {"dawn/deep.jpg", paintSky(deep, rose, 0.8, 0.0)},
         {"dawn/sky.jpg", paintSky(dawn, gold, 0.75, 0.25)},
         {"dawn/skin.jpg", paintSkin()},
+        {"dawn/fin.jpg", paintFin()},
         {"dawn/hills.jpg", paintHills()},
         {"dawn/slate.jpg", paintSlate()},
         {"dawn/slate_normal.png", paintSlateNormals()},

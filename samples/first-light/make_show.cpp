@@ -1,4 +1,4 @@
-// Builds the show's scenes, meshes and script: first_light_show <directory of the show>.
+// Builds the show's scenes, meshes and script: first_light_scenes <directory of the show>.
 
 #include "shots.h"
 
@@ -200,7 +200,7 @@ int saveScript(const std::string& path) {
     };
     const std::unique_ptr<std::FILE, FileClose> file(std::fopen(path.c_str(), "wb"));
     if (!file || std::fwrite(script, 1, sizeof script - 1, file.get()) != sizeof script - 1) {
-        std::fprintf(stderr, "first_light_show: cannot write %s\n", path.c_str());
+        std::fprintf(stderr, "first_light_scenes: cannot write %s\n", path.c_str());
         return -1;
     }
     return 0;
@@ -210,7 +210,7 @@ int saveScript(const std::string& path) {
 
 int main(int argc, char** argv) {
     if (argc != 2) {
-        std::fputs("usage: first_light_show <directory of the show>\n", stderr);
+        std::fputs("usage: first_light_scenes <directory of the show>\n", stderr);
         return 1;
     }
     const std::string directory = argv[1];

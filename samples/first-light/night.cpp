@@ -1,6 +1,7 @@
 // Night: the spark, the ring of stones, the city. One set of models for all three.
 
 #include "noise.h"
+#include "props.h"
 #include "shots.h"
 
 #include <algorithm>
@@ -19,23 +20,6 @@ Vec onRing(double turns, double radius, double y) {
 
 // --- models -----------------------------------------------------------------------------------
 
-QbExportMesh makeRays() {
-    QbExportMesh mesh;
-    for (int i = 0; i < 10; ++i) {
-        const double angle = tau * i / 10, tilt = 0.9 * std::sin(i * 2.4);
-        const Vec way = unitVector({std::cos(angle), tilt, std::sin(angle)});
-        const Vec side = unitVector(crossProduct(way, {0.3, 1, 0.2})) * 0.55;
-        const Vec other = unitVector(crossProduct(way, side)) * 0.55;
-        const Vec tip = way * (i % 2 == 0 ? 19.0 : 12.0);
-        const Vec ring[4] = {way * 6 + side, way * 6 + other, way * 6 - side, way * 6 - other};
-        for (int k = 0; k < 4; ++k) {
-            addTriangle(mesh, tip, ring[(k + 1) % 4], ring[k]);
-            addTriangle(mesh, tip, ring[k], ring[(k + 1) % 4]);
-        }
-    }
-    return mesh;
-}
-
 // Low facets that roll a little; flat enough to stand on.
 QbExportMesh makeGround() {
     const auto height = [](float x, float z) {
@@ -43,37 +27,6 @@ QbExportMesh makeGround() {
     };
     QbExportMesh mesh = qbShapeHeightField(1500, 1500, 40, 40, height);
     qbMeshFlatNormals(mesh);
-    return mesh;
-}
-
-// A monolith with an uneven hexagon as its foot and a slanted top, 130 high. Its face looks along -Z.
-QbExportMesh makeStone() {
-    const Vec foot[6] = {{24, 0, -11}, {27, 0, 5}, {12, 0, 15}, {-15, 0, 13}, {-27, 0, 2}, {-23, 0, -12}};
-    const double heights[5] = {-6, 30, 74, 112, 124};
-    const double widths[5] = {1.08, 1.0, 0.9, 0.8, 0.6};
-    std::vector<std::vector<Vec>> rings(5);
-    for (size_t k = 0; k < 5; ++k) {
-        for (size_t i = 0; i < 6; ++i) {
-            const double jitter = 0.95 + 0.1 * hash01(static_cast<int>(i), static_cast<int>(k), 3);
-            const double slant = k == 4 ? foot[i].x * 0.35 : 0.0;
-            rings[k].push_back(
-                {foot[i].x * widths[k] * jitter, heights[k] + slant, foot[i].z * widths[k] * jitter});
-        }
-    }
-    QbExportMesh mesh = skinOverRings(rings);
-    qbMeshScaleUv(mesh, 2, 2);
-    qbMeshFlatNormals(mesh);
-    return mesh;
-}
-
-// The rune in a stone's face: a spine and three branches, 70 high, its foot in the origin.
-QbExportMesh makeRune() {
-    QbExportMesh mesh;
-    const auto bar = [&mesh](Vec a, Vec b) { addBeam(mesh, a, b, 3.0); };
-    bar({0, 0, 0}, {0, 70, 0});
-    bar({0, 62, 0}, {9, 53, 0});
-    bar({0, 46, 0}, {-9, 37, 0});
-    bar({0, 30, 0}, {9, 21, 0});
     return mesh;
 }
 
@@ -139,39 +92,20 @@ QbExportMesh makeDiamond(float radius, float height) {
 }
 
 void addNightModels(Folder& folder) {
-    QbExportMesh core = qbShapeIcosphere(6, 1);
-    qbMeshFlatNormals(core);
-    const Look ember = {.name = "Ember",
-                        .colour = gold,
-                        .diffuse = 0.3f,
-                        .luminosity = 0.9f,
-                        .glow = 1.0f,
-                        .shader = "ember.hlsl"};
-    addModel(folder, "spark", std::move(core), {ember});
-    addModel(folder, "spark", makeRays(), {ember}, QB_EXPORT_X_TEXT, 2);
+    addSparkModels(folder);
+    addStoneModels(folder);
     addModel(folder, "mote", makeDiamond(1.1f, 3.2f),
-             {{.name = "Mote", .colour = cream, .diffuse = 1.0f, .luminosity = 0.1f, .glow = 0.2f}});
+             {{.name = "Mote", .colour = cream, .diffuse = 0.8f, .luminosity = 0.45f, .glow = 0.3f}});
     addModel(
         folder, "ground", makeGround(),
-        {{.name = "Ground", .colour = {0.30f, 0.26f, 0.50f}, .specularity = 0.25f, .glossiness = 0.22f}});
-    addModel(folder, "stone", makeStone(),
-             {{.name = "Slate",
-               .colour = {0.45f, 0.40f, 0.56f},
-               .diffuse = 0.95f,
-               .specularity = 0.3f,
-               .glossiness = 0.25f,
-               .image = "slate.jpg",
-               .bump = "slate_normal.png"}});
-    addModel(folder, "rune", makeRune(),
-             {{.name = "Rune", .colour = coral, .diffuse = 0.1f, .luminosity = 1.0f, .glow = 0.9f}},
-             QB_EXPORT_X_TEXT);
+        {{.name = "Ground", .colour = {0.30f, 0.26f, 0.50f}, .specularity = 0.07f, .glossiness = 0.22f}});
     addModel(folder, "dome", makeDome(2600),
              {{.name = "Sky", .colour = indigo, .diffuse = 0, .luminosity = 1.0f, .image = "sky.jpg"}});
     const Look windows = {.name = "Windows",
                           .colour = indigo,
                           .diffuse = 0.8f,
                           .luminosity = 0.55f,
-                          .specularity = 0.4f,
+                          .specularity = 0.15f,
                           .glossiness = 0.3f,
                           .glow = 0.15f,
                           .image = "windows.jpg",
@@ -185,7 +119,7 @@ void addNightModels(Folder& folder) {
                .colour = rose,
                .diffuse = 1.0f,
                .luminosity = 0.16f,
-               .specularity = 0.5f,
+               .specularity = 0.2f,
                .glossiness = 0.3f},
               crown});
     addModel(folder, "street", makeStreet(),
@@ -197,53 +131,13 @@ void addNightModels(Folder& folder) {
                .image = "street.jpg"}});
     addModel(folder, "post", makeBlock({2.4f, 16, 2.4f}, 1, 1),
              {{.name = "Post", .colour = violet, .diffuse = 0.8f, .luminosity = 0.1f}});
-    addModel(folder, "bar", makeBlock({5, 7, 5}, 1, 1),
+    addModel(folder, "bar", makeBlock({3.6f, 7, 3.6f}, 1, 1),
              {{.name = "Bar", .colour = amber, .diffuse = 0.1f, .luminosity = 1.0f, .glow = 0.7f}});
     addModel(folder, "streak", qbShapeBox({2.2f, 1.4f, 34}),
              {{.name = "Streak", .colour = coral, .diffuse = 0.0f, .luminosity = 1.0f, .glow = 0.8f}});
 }
 
 // --- what the scenes share --------------------------------------------------------------------------
-
-// The spark: a core that beats, rays that turn, a lamp. `beats` is the heart's period in seconds.
-void addSpark(Shot& shot, const Path& path, double beats, double size) {
-    const auto heart = [beats, size](double s) { return size * (0.85 + 0.4 * beatPulse(s, beats, 0.22)); };
-    QbExportObject& core = place(shot, "spark");
-    movePosition(shot, core.motion, path);
-    moveRotation(shot, core.motion, [](double s) { return Vec{s * 70, s * 40, 0}; });
-    moveScale(shot, core.motion, [&](double s) { return Vec{heart(s), heart(s), heart(s)}; });
-    QbExportObject& rays = place(shot, "spark", 2);
-    movePosition(shot, rays.motion, path);
-    moveRotation(shot, rays.motion, [](double s) { return Vec{s * -37, 20 * std::sin(s), s * 23}; });
-    moveScale(shot, rays.motion, [&](double s) {
-        const double reach = heart(s) * (0.7 + 0.6 * beatPulse(s, beats, 0.3));
-        return Vec{reach, reach, reach};
-    });
-    surfaceOf(shot, "spark", 0).shaderParams = {
-        {"Pulse", qbExportBySeconds(shot.scene, [&](double s) { return beatPulse(s, beats, 0.3); })},
-        {"Heat", qbExportBySeconds(shot.scene, [](double s) { return 0.6 + 0.2 * std::sin(s * 1.3); })}};
-    addLamp(shot, "Spark Light", gold, 420, path,
-            [beats](double s) { return 0.62 + 0.38 * beatPulse(s, beats, 0.35); });
-}
-
-void addMotes(Shot& shot, int count, Vec middle, Vec spread) {
-    for (int i = 0; i < count; ++i) {
-        const Vec home = {middle.x + spread.x * (hash01(i, 1) * 2 - 1),
-                          middle.y + spread.y * (hash01(i, 2) * 2 - 1),
-                          middle.z + spread.z * (hash01(i, 3) * 2 - 1)};
-        const double phase = hash01(i, 4) * tau, pace = 0.25 + 0.35 * hash01(i, 5);
-        QbExportMotion& motion = place(shot, "mote").motion;
-        movePosition(shot, motion, [=](double s) {
-            return home + Vec{6 * std::sin(s * pace + phase), s * (1.0 + 2.0 * pace),
-                              6 * std::cos(s * pace * 0.8 + phase)};
-        });
-        moveRotation(shot, motion, [=](double s) {
-            return Vec{20 + s * 50 * pace, 10 * std::sin(s + phase), phase * 57};
-        });
-        const float size = static_cast<float>(0.5 + 0.9 * hash01(i, 6));
-        qbExportSetScale(motion, {size, size, size});
-    }
-}
 
 void addStones(Shot& shot) {
     for (int i = 0; i < stoneCount; ++i) {
@@ -267,13 +161,13 @@ Vec sparkAlone(double s) {
 
 void makeSparkShot(Folder& folder) {
     Shot shot = openShot(folder, "spark", 12, abyss);
-    addDistantLight(shot, "Moon", {0.30f, 0.32f, 0.75f}, 205, 38,
-                    [](double s) { return 0.10 + 0.22 * easeBetween(4, 12, s); });
+    addDistantLight(shot, "Moon", {0.26f, 0.24f, 0.85f}, 205, 38,
+                    [](double s) { return 0.08 + 0.45 * easeBetween(3, 11, s); });
     setAmbient(shot, {0.010f, 0.008f, 0.030f});
     placeAt(shot, "ground", {0, 0, 0});
-    addSpark(shot, sparkAlone, 2.0, 1.0);
+    placeSpark(shot, sparkAlone, 2.0, 1.0, 420, [](double s) { return 0.22 + 0.78 * easeBetween(2, 10, s); });
     addStones(shot);
-    addMotes(shot, 56, {0, 40, -20}, {120, 38, 130});
+    placeDrift(shot, {"mote", 56, {0, 40, -20}, {120, 38, 120}, 1.5, 0.8});
     const Path eye =
         throughKeys({{0, {26, 20, -132}}, {4, {4, 22, -104}}, {8, {-52, 34, -120}}, {12, {-74, 52, -176}}});
     const Path target = [](double s) {
@@ -302,7 +196,8 @@ void addRunes(Shot& shot) {
         const double turns = static_cast<double>(i) / stoneCount;
         const double strike = strikeTime(i);
         QbExportMotion& motion = place(shot, "rune").motion;
-        qbExportSetPosition(motion, toFloats(onRing(turns, ringRadius - 14, 26)));
+        const Vec stone = onRing(turns, ringRadius, 0);
+        qbExportSetPosition(motion, toFloats(runePosition(stone, turns * 360.0 + 0.5, 1)));
         qbExportSetRotation(motion, toFloats({turns * 360.0 + 0.5, 0, 0}));
         moveScale(shot, motion, [strike](double s) {
             const double grown = std::max(0.001, overshoot(strike, strike + 0.45, s));
@@ -315,14 +210,14 @@ void addRunes(Shot& shot) {
 
 void makeStonesShot(Folder& folder) {
     Shot shot = openShot(folder, "stones", 12, abyss);
-    addDistantLight(shot, "Moon", {0.30f, 0.32f, 0.75f}, 205, 38, constant(0.42));
+    addDistantLight(shot, "Moon", {0.26f, 0.24f, 0.85f}, 205, 38, constant(0.6));
     setAmbient(shot, {0.014f, 0.010f, 0.040f});
     placeAt(shot, "dome", {0, 0, 0});
     placeAt(shot, "ground", {0, 0, 0});
-    addSpark(shot, sparkOnRing, 1.0, 1.1);
+    placeSpark(shot, sparkOnRing, 1.0, 1.1, 420, constant(1));
     addStones(shot);
     addRunes(shot);
-    addMotes(shot, 30, {0, 60, 0}, {190, 55, 190});
+    placeDrift(shot, {"mote", 40, {0, 60, 0}, {190, 55, 190}, 2.0, 1.0});
     // The ring's own glow: it grows with every stone.
     addLamp(
         shot, "Ring", coral, 520,
@@ -445,18 +340,18 @@ void makeCityShot(Folder& folder) {
             return cityEye(s) + Vec{0, 120, 620};
         },
         constant(1));
-    addSpark(
+    placeSpark(
         shot,
         [](double s) {
             return cityEye(s) + Vec{18 * std::sin(s * tau / 4), 10 + 8 * std::sin(s * tau / 2), 150};
         },
-        0.5, 0.8);
+        0.5, 0.8, 420, constant(1));
     film(
         shot, cityEye,
         [](double s) {
             return cityEye(s) + Vec{-14 * std::sin(s * tau / lap), 22, 200};
         },
-        constant(66), [](double s) { return -7.0 * std::cos(s * tau / lap); });
+        constant(64), [](double s) { return -7.0 * std::cos(s * tau / lap); });
     setGlow(
         shot, [](double s) { return 0.5 + 0.5 * beatPulse(s, 0.5, 0.2); },
         [](double s) { return 14 + 6 * beatPulse(s, 0.5, 0.2); });

@@ -98,7 +98,7 @@ uint32_t addVertex(QbExportMesh& mesh, Vec position, float u, float v) {
 }
 
 void failSave(const std::string& path, const std::string& error) {
-    std::fprintf(stderr, "first_light_show: %s: %s\n", path.c_str(), error.c_str());
+    std::fprintf(stderr, "first_light_scenes: %s: %s\n", path.c_str(), error.c_str());
     std::exit(1);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
-// The one camera. Scenes move its holder; the camera follows. A value that is not finite changes nothing.
+// The one camera. Scenes move its holder; the camera follows. While the user steers it, it is taken along and
+// keeps looking where the user looks. A value that is not finite changes nothing.
 
 namespace irr {
 namespace core {

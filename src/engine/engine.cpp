@@ -218,7 +218,7 @@ static void closeLists() {
 int qbEngineClose() {
     if (engine.device) {
         closeLists();
-        if (renderer && rendererCreated) renderer->free();
+        if (renderer) renderer->free();
         qbLoadingClose();
         qbOverlayClear();
         qbClockDetach();

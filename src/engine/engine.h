@@ -64,7 +64,7 @@ struct QbSetup {
 };
 
 // The renderer, as the engine sees it. `create` 0 or -1; `drawFrame` draws one whole frame and ends it with
-// qbEngineEndScene; `free` may be called on a renderer that was never created.
+// qbEngineEndScene; `free` follows a `create` of either result, and may be called without any.
 struct QbRendererOps {
     int (*create)();
     void (*drawFrame)();
@@ -75,12 +75,14 @@ struct QbRendererOps {
 
 // Names the renderer of devices opened from now on; null draws the plain frame.
 void qbEngineSetRenderer(const QbRendererOps* renderer);
-// Opens window, driver, camera and id lists. 0, or -1 after a message.
+// Opens window, driver, camera and id lists, in place of what is open. Width and height go from 1 to 16384.
+// 0, or -1 after a message, with everything closed again.
 int qbEngineOpen(const QbSetup* setup);
 // Closes renderer and device; harmless when closed. Always 0.
 int qbEngineClose();
 QbEngine* qbEngineGet(); // never null; all zero while closed
-// Pumps the window's messages: call it once a frame. 1 when the window was closed or Escape is down.
+// Pumps the window's messages: call it once a frame. 1 when the window is gone or was asked to close, when
+// Escape is down, and when nothing is open.
 int qbEngineIsOver();
 int qbEngineIsActive();
 void qbEngineMaximize();
@@ -102,7 +104,8 @@ void qbEngineEndScene();
 using QbFrameHook = void (*)();
 void qbEngineSetFrameHook(QbFrameHook hook);
 // Reads the finished picture, to be called in a frame hook: rows from the top, 3 bytes a pixel (red, green,
-// blue), width * height * 3 bytes. 0, or -1 when `capacity` is too small or nothing is open. Sizes in pixels.
+// blue), width * height * 3 bytes. 0, or -1 when `capacity` is too small, nothing is open or the driver is
+// not OpenGL. Sizes in pixels.
 int qbEngineReadPixels(uint8_t* rgb, uint32_t capacity, int* width, int* height);
 // Picture size of the open window in pixels.
 void qbEngineFrameSize(int* width, int* height);
@@ -121,8 +124,8 @@ int qbEngineTime();
 void qbEngineSleep(int milliseconds);
 // Replaces the clock behind qbEngineTime, in milliseconds from any zero, and latches the base anew at the
 // next call; null goes back to the device's timer. With a replaced source Irrlicht's own timer (particles,
-// the screen fader) is set to the same time at every qbEngineTime, so that a show can be stepped frame by
-// frame.
+// the screen fader) is set to the same time at every qbEngineTime and every frame, so that a show can be
+// stepped frame by frame; Irrlicht's random numbers start anew. The source is called several times a frame.
 using QbTimeSource = int (*)();
 void qbEngineSetTimeSource(QbTimeSource source);
 

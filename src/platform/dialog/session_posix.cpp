@@ -52,6 +52,7 @@ static int fontSize() {
 }
 
 static void chooseLooks() {
+    Fl_Window::default_xclass("quab");
     Fl::scheme("gtk+");
     Fl::background(238, 238, 238);
     Fl::background2(255, 255, 255);
@@ -112,7 +113,6 @@ static void centre(Fl_Double_Window& window) {
 
 bool qbDialogRun(std::unique_ptr<Fl_Double_Window>& window) {
     centre(*window);
-    window->xclass("quab");
     window->show();
     while (window->shown() && !displayLost)
         Fl::wait();

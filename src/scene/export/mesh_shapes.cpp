@@ -363,7 +363,7 @@ QbExportMesh qbShapeIcosphere(float radius, uint32_t subdivisions) {
                 known.try_emplace({face[i], u[i]}, static_cast<uint32_t>(mesh.vertices.size()));
             if (isNew)
                 addVertex(mesh, {radius * p[0], radius * p[1], radius * p[2]}, p,
-                          vec2(u[i], 0.5 - std::asin(p[1]) * 2 / TURN));
+                          vec2(u[i], 0.5 - std::asin(double{p[1]}) * 2 / TURN));
             corners[i] = entry->second;
         }
         addTriangle(mesh, corners[0], corners[1], corners[2]);

@@ -39,12 +39,11 @@ struct QbExportChannel {
     QbExportChannel() = default;
     QbExportChannel(float constant) : samples{constant} {}
     QbExportChannel(std::vector<float> values) : samples(std::move(values)) {}
-    bool operator==(const QbExportChannel&) const = default;
 };
 
 // World space, parents resolved. Rest: position 0, rotation 0, scale 1. Rotation is heading (about Y), pitch
 // (about X; positive looks down), bank (about Z), applied bank first. Cameras and lights look along +Z.
-// A heading of exactly 90 or 270 degrees with no pitch and bank is played wrong: stay 0.01 degrees beside it.
+// A heading of exactly 90 or 270 degrees with a bank of 0 is played wrong: stay 0.01 degrees beside it.
 struct QbExportMotion {
     QbExportChannel position[3]; // X, Y, Z
     QbExportChannel rotation[3]; // H, P, B in radians
@@ -54,7 +53,6 @@ struct QbExportMotion {
 struct QbExportNamedChannel {
     std::string name;
     QbExportChannel channel;
-    bool operator==(const QbExportNamedChannel&) const = default;
 };
 
 // A group of channels that no field covers. Groups nest at most five deep, the top level included.
@@ -62,7 +60,6 @@ struct QbExportGroup {
     std::string name;
     std::vector<QbExportNamedChannel> channels;
     std::vector<QbExportGroup> groups;
-    bool operator==(const QbExportGroup&) const = default;
 };
 
 struct QbExportBackdrop {

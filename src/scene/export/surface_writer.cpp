@@ -197,6 +197,16 @@ static QbExportGroup surfaceGroup(const QbExportSurface& surface) {
     return group;
 }
 
+static bool isSame(const QbExportNamedChannel& a, const QbExportNamedChannel& b) {
+    return a.name == b.name && a.channel.type == b.channel.type && a.channel.samples == b.channel.samples;
+}
+
+static bool isSameGroup(const QbExportGroup& a, const QbExportGroup& b) {
+    return a.name == b.name &&
+           std::equal(a.channels.begin(), a.channels.end(), b.channels.begin(), b.channels.end(), isSame) &&
+           std::equal(a.groups.begin(), a.groups.end(), b.groups.begin(), b.groups.end(), isSameGroup);
+}
+
 // Groups are found by the surface's name, so surfaces that share one share its group.
 static QbExportGroup sceneObjectGroup(QbChunkWriter& writer, const QbExportSceneObject& sceneObject) {
     QbExportGroup group;
@@ -206,7 +216,7 @@ static QbExportGroup sceneObjectGroup(QbChunkWriter& writer, const QbExportScene
         QbChunkPlace place(writer, "surface", surface.name);
         auto [entry, isNew] = known.try_emplace(surface.name, surfaceGroup(surface));
         if (!isNew) {
-            if (entry->second != surfaceGroup(surface))
+            if (!isSameGroup(entry->second, surfaceGroup(surface)))
                 qbChunkFail(writer, "an earlier surface of this name is animated in another way");
             continue;
         }

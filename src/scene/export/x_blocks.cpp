@@ -30,18 +30,22 @@ static std::string vertexFault(const QbExportMesh& mesh) {
     return "";
 }
 
+static std::string outOf(const char* what, uint32_t number, size_t count) {
+    return std::string(what) + " " + std::to_string(number) + " of " + std::to_string(count);
+}
+
 static std::string triangleFault(const QbExportMesh& mesh) {
     size_t materials = std::max<size_t>(1, mesh.materials.size());
     if (mesh.triangles.empty()) return "has no triangles";
     for (size_t i = 0; i < mesh.triangles.size(); i++) {
-        std::string place = "triangle " + std::to_string(i) + ": ";
-        for (uint32_t corner : mesh.triangles[i].corners)
-            if (corner >= mesh.vertices.size())
-                return place + "corner " + std::to_string(corner) + " of " +
-                       std::to_string(mesh.vertices.size()) + " vertices";
-        if (mesh.triangles[i].material >= materials)
-            return place + "material " + std::to_string(mesh.triangles[i].material) + " of " +
-                   std::to_string(materials);
+        const QbExportTriangle& triangle = mesh.triangles[i];
+        uint32_t last = *std::max_element(triangle.corners.begin(), triangle.corners.end());
+        std::string fault;
+        if (last >= mesh.vertices.size())
+            fault = outOf("corner", last, mesh.vertices.size()) + " vertices";
+        else if (triangle.material >= materials)
+            fault = outOf("material", triangle.material, materials);
+        if (!fault.empty()) return "triangle " + std::to_string(i) + ": " + fault;
     }
     return "";
 }
@@ -87,12 +91,13 @@ static std::string keyFault(const QbExportBone& bone, bool matrixKeys) {
 
 static std::string weightFault(const QbExportBone& bone, size_t vertices) {
     for (size_t i = 0; i < bone.weights.size(); i++) {
-        std::string place = "weight " + std::to_string(i) + ": ";
-        if (bone.weights[i].vertex >= vertices)
-            return place + "vertex " + std::to_string(bone.weights[i].vertex) + " of " +
-                   std::to_string(vertices) + " vertices";
-        if (!(std::isfinite(bone.weights[i].weight) && bone.weights[i].weight >= 0))
-            return place + "must be 0 or above";
+        const QbExportWeight& weight = bone.weights[i];
+        std::string fault;
+        if (weight.vertex >= vertices)
+            fault = outOf("vertex", weight.vertex, vertices) + " vertices";
+        else if (!(std::isfinite(weight.weight) && weight.weight >= 0))
+            fault = "must be 0 or above";
+        if (!fault.empty()) return "weight " + std::to_string(i) + ": " + fault;
     }
     return "";
 }

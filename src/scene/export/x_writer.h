@@ -34,8 +34,9 @@ struct QbExportMaterial {
     std::string textureFileName; // empty: none. Relative to the mesh file or the working directory
 };
 
-// Keys: ticks count from 0, 30 to a second unless QbExportMesh says otherwise. The engine counts an
-// animation's frames in ticks and plays between keys: linear, and along the great arc for rotations.
+// Keys: ticks count from 0, 30 to a second unless QbExportMesh says otherwise; the object viewer plays 30 a
+// second. The engine's frame numbers are ticks and its frame count is the last tick, so an animation that
+// ends before tick 2 stands still. Between keys it plays linearly, and along the great arc for rotations.
 struct QbExportBoneKey {
     uint32_t tick = 0;
     std::array<float, 3> position{}; // relative to the parent bone

@@ -46,45 +46,40 @@ uint16_t bodySize(const qbMemoryFile& image, uint32_t vals) {
     return static_cast<uint16_t>(std::min(readHalf(image.data + vals - 2), size - vals));
 }
 
-uint32_t samplesHeld(uint32_t tag, uint32_t count, uint32_t valueBytes) {
-    if (tag == QB_TAG_VDAT) return std::min(count, valueBytes / VALUE_SIZE);
-    return tag == QB_TAG_VRUN && valueBytes >= VALUE_SIZE ? count : 0;
+struct Chunk {
+    uint32_t tag;
+    uint32_t count;
+    uint32_t values; // offsets in the body
+    uint32_t next;
+};
+
+struct Sample {
+    float value; // 0.0 where the channel has none
+    bool isThere;
+};
+
+// False at the end of the body, and for a chunk too small for its count.
+inline bool readChunk(const uint8_t* body, uint32_t at, uint32_t end, Chunk& chunk) {
+    if (end - at < CHUNK_HEADER + CHUNK_COUNT) return false;
+    const uint32_t size = readHalf(body + at + 4);
+    chunk.tag = readWord(body + at);
+    chunk.count = readWord(body + at + CHUNK_HEADER);
+    chunk.values = at + CHUNK_HEADER + CHUNK_COUNT;
+    chunk.next = std::min(at + CHUNK_HEADER + size, end);
+    return size >= CHUNK_COUNT;
 }
 
-uint32_t samplesCounted(const uint8_t* body, const QbChannelPlace& place) {
-    return place.values ? readWord(body + place.values - CHUNK_COUNT) : 0;
-}
-
-void standAt(const uint8_t* body, QbChannelPlace& place, uint32_t header, uint32_t first) {
-    const uint32_t tag = readWord(body + header);
-    const uint32_t count = readWord(body + header + CHUNK_HEADER);
-    const uint32_t values = header + CHUNK_HEADER + CHUNK_COUNT;
-    const uint32_t next = std::min<uint32_t>(header + CHUNK_HEADER + readHalf(body + header + 4), place.end);
+// Without branches: whether a literal or a run comes next can not be foreseen, and in a channel of many
+// chunks a wrong guess costs more than all else.
+inline void standAt(QbChannelPlace& place, const Chunk& chunk, uint32_t first) {
+    const uint32_t valueBytes = chunk.next - chunk.values;
+    const uint32_t isLiteral = chunk.tag == QB_TAG_VDAT;
+    const uint32_t isRun = (chunk.tag == QB_TAG_VRUN) & (valueBytes >= VALUE_SIZE);
     place.first = first;
-    place.held = samplesHeld(tag, count, next - values);
-    place.values = static_cast<uint16_t>(values);
-    place.stride = tag == QB_TAG_VDAT ? VALUE_SIZE : 0;
-    place.next = static_cast<uint16_t>(next);
-}
-
-// Moves the place forward to the chunk of a sample, or to the last chunk when there is no such sample. A
-// chunk whose count is missing or impossible ends the channel: the samples behind it can not be numbered.
-bool walkForward(const uint8_t* body, QbChannelPlace& place, uint32_t index) {
-    uint32_t first = place.first, count = samplesCounted(body, place);
-    uint32_t header = 0, next = place.next;
-    bool moved = false;
-    while (index - first >= count && place.end - next >= CHUNK_HEADER + CHUNK_COUNT) {
-        const uint32_t size = readHalf(body + next + 4);
-        const uint32_t samples = readWord(body + next + CHUNK_HEADER);
-        if (size < CHUNK_COUNT || samples > SAMPLES_MAX - (first + count)) break;
-        first += count;
-        count = samples;
-        header = next;
-        next = std::min<uint32_t>(next + CHUNK_HEADER + size, place.end);
-        moved = true;
-    }
-    if (moved) standAt(body, place, header, first);
-    return index - first < count;
+    place.held = std::min(chunk.count, valueBytes / VALUE_SIZE * isLiteral | (0 - isRun));
+    place.values = static_cast<uint16_t>(chunk.values);
+    place.stride = static_cast<uint16_t>(VALUE_SIZE * isLiteral);
+    place.next = static_cast<uint16_t>(chunk.next);
 }
 
 inline bool holds(const QbChannelPlace& place, uint32_t index) {
@@ -95,54 +90,69 @@ inline float heldValue(const uint8_t* body, const QbChannelPlace& place, uint32_
     return std::bit_cast<float>(readWord(body + place.values + (index - place.first) * place.stride));
 }
 
+uint32_t samplesCounted(const uint8_t* body, const QbChannelPlace& place) {
+    return place.values ? readWord(body + place.values - CHUNK_COUNT) : 0;
+}
+
 void reportMissing(const uint8_t* body, const QbChannelPlace& place) {
     const uint32_t tag = readWord(body + place.values - CHUNK_COUNT - CHUNK_HEADER);
     if (tag != QB_TAG_VRUN && tag != QB_TAG_VDAT)
         std::fputs("dumpquab_ext_vals_get_value: Unknown Chunk !\n", stdout);
 }
 
-// A sample outside the remembered chunk. False, and 0.0, when the channel has no value for it.
-[[gnu::noinline]] bool seekValue(const qbMemoryFile& image, const QbChannelRef& channel, uint32_t index,
-                                 float& value) {
-    QbChannelPlace& place = channel.place;
-    value = 0.0f;
-    if (index > SAMPLES_MAX) return false;
-    if (place.end == 0 || index < place.first) {
-        place = {};
-        place.end = bodySize(image, channel.vals);
-        if (place.end == 0) return false;
+// Moves the place forward to the chunk of a sample, or to the last chunk when there is no such sample. A
+// count that is missing or impossible ends the channel: the samples behind it can not be numbered.
+bool walkForward(const uint8_t* body, QbChannelPlace& place, uint32_t index) {
+    uint32_t first = place.first;
+    uint32_t count = samplesCounted(body, place);
+    if (index - first < count) return true;
+    uint32_t at = place.next;
+    uint32_t last = 0, lastFirst = 0;
+    Chunk chunk;
+    while (readChunk(body, at, place.end, chunk) && chunk.count <= SAMPLES_MAX - (first + count)) {
+        first += count;
+        count = chunk.count;
+        if (index - first < count) return standAt(place, chunk, first), true;
+        last = at + 1;
+        lastFirst = first;
+        at = chunk.next;
     }
+    if (last != 0 && readChunk(body, last - 1, place.end, chunk)) standAt(place, chunk, lastFirst);
+    return false;
+}
+
+[[gnu::cold, gnu::noinline]] bool rewind(const qbMemoryFile& image, const QbChannelRef& channel) {
+    channel.place = {};
+    channel.place.end = bodySize(image, channel.vals);
+    return channel.place.end != 0;
+}
+
+// A sample outside the remembered chunk, or without a value in it.
+[[gnu::noinline]] Sample seekSample(const qbMemoryFile& image, const QbChannelRef& channel, uint32_t index) {
+    QbChannelPlace& place = channel.place;
+    if (index > SAMPLES_MAX) return {0.0f, false};
+    if ((place.end == 0 || index < place.first) && !rewind(image, channel)) return {0.0f, false};
     const uint8_t* body = image.data + channel.vals;
-    if (!walkForward(body, place, index)) return false;
-    if (!holds(place, index)) return reportMissing(body, place), false;
-    value = heldValue(body, place, index);
-    return true;
+    if (!walkForward(body, place, index)) return {0.0f, false};
+    if (!holds(place, index)) return reportMissing(body, place), Sample{0.0f, false};
+    return {heldValue(body, place, index), true};
 }
 
-inline bool fetch(const qbMemoryFile& image, const QbChannelRef& channel, uint32_t index, float& value) {
-    if (!holds(channel.place, index)) return seekValue(image, channel, index, value);
-    value = heldValue(image.data + channel.vals, channel.place, index);
-    return true;
+inline Sample fetch(const qbMemoryFile& image, const QbChannelRef& channel, uint32_t index) {
+    if (!holds(channel.place, index)) return seekSample(image, channel, index);
+    return {heldValue(image.data + channel.vals, channel.place, index), true};
 }
 
-// Two neighbours. In play they are mostly those of the frame before, or lie one further.
-inline void fetchPair(const qbMemoryFile& image, const QbChannelRef& channel, uint32_t first,
-                      float& firstValue, float& secondValue) {
+// Two neighbours, left in the place. In play they are mostly those of the frame before, or lie one further.
+inline void fetchPair(const qbMemoryFile& image, const QbChannelRef& channel, uint32_t index) {
     QbChannelPlace& place = channel.place;
-    bool isFirstThere = true;
-    if (place.pair == first + 1) {
-        firstValue = place.firstValue;
-        secondValue = place.secondValue;
-        return;
-    }
-    if (place.pair != 0 && place.pair == first)
-        firstValue = place.secondValue;
-    else
-        isFirstThere = fetch(image, channel, first, firstValue);
-    const bool isSecondThere = fetch(image, channel, first + 1, secondValue);
-    place.pair = isFirstThere && isSecondThere ? first + 1 : 0;
-    place.firstValue = firstValue;
-    place.secondValue = secondValue;
+    if (place.pair == index + 1) return;
+    const bool isNext = place.pair != 0 && place.pair == index;
+    const Sample first = isNext ? Sample{place.secondValue, true} : fetch(image, channel, index);
+    const Sample second = fetch(image, channel, index + 1);
+    place.pair = first.isThere && second.isThere ? index + 1 : 0;
+    place.firstValue = first.value;
+    place.secondValue = second.value;
 }
 
 inline SamplePair samplePair(const QbScene* scene, float time) {
@@ -161,13 +171,10 @@ inline SamplePair samplePair(const QbScene* scene, float time) {
 }
 
 inline float blendedValue(const qbMemoryFile& image, const QbChannelRef& channel, const SamplePair& pair) {
-    float first, second;
-    if (pair.second == pair.first) {
-        fetch(image, channel, static_cast<uint32_t>(pair.first), first);
-        return first;
-    }
-    fetchPair(image, channel, static_cast<uint32_t>(pair.first), first, second);
-    return (1.0f - pair.blend) * first + pair.blend * second;
+    const auto first = static_cast<uint32_t>(pair.first);
+    if (pair.second == pair.first) return fetch(image, channel, first).value;
+    fetchPair(image, channel, first);
+    return (1.0f - pair.blend) * channel.place.firstValue + pair.blend * channel.place.secondValue;
 }
 
 } // namespace
@@ -180,19 +187,19 @@ void qbChannelSampleTime(const QbScene* scene, float time, int32_t* first, int32
 }
 
 float qbChannelSample(const QbScene* scene, const QbChannelRef* channel, int32_t index) {
-    float value = 0.0f;
-    if (channel->vals) fetch(imageOf(scene), *channel, static_cast<uint32_t>(index), value);
-    return value;
+    return channel->vals ? fetch(imageOf(scene), *channel, static_cast<uint32_t>(index)).value : 0.0f;
 }
 
 void qbChannelSamplePair(const QbScene* scene, const QbChannelRef* channel, int32_t first, int32_t second,
                          float* firstValue, float* secondValue) {
-    if (first >= 0 && second == first + 1 && channel->vals) {
-        fetchPair(imageOf(scene), *channel, static_cast<uint32_t>(first), *firstValue, *secondValue);
+    if (first < 0 || second != first + 1 || !channel->vals) {
+        *firstValue = qbChannelSample(scene, channel, first);
+        *secondValue = second == first ? *firstValue : qbChannelSample(scene, channel, second);
         return;
     }
-    *firstValue = qbChannelSample(scene, channel, first);
-    *secondValue = second == first ? *firstValue : qbChannelSample(scene, channel, second);
+    fetchPair(imageOf(scene), *channel, static_cast<uint32_t>(first));
+    *firstValue = channel->place.firstValue;
+    *secondValue = channel->place.secondValue;
 }
 
 float qbChannelValue(const QbScene* scene, const QbChannelRef* channel, float time) {

@@ -313,7 +313,7 @@ static int readContainer(Walk& walk, uint32_t tag, std::span<const Child> childr
     const uint32_t end = walk.position + nbytes;
     qbDumpOpen(depth, depth == 0 ? -1 : int64_t{nbytes}, tag);
     while (walk.position < end) {
-        Chunk chunk;
+        Chunk chunk = {};
         if (readHeader(walk, end, tag, depth, chunk) != 0) return -1;
         const auto child = std::find_if(children.begin(), children.end(),
                                         [&chunk](const Child& c) { return c.tag == chunk.tag; });

@@ -238,6 +238,8 @@ struct QbScene {
 // Reads a scene file whole and builds its records, channels unbound. Null when the file does not open or is
 // no scene; a message names the file and, for damage, the offset.
 QbScene* qbSceneRead(const char* fileName);
+// The same from a memory file, which the scene takes over, on failure too. `fileName` is for messages.
+QbScene* qbSceneReadImage(QbFile* image, const char* fileName);
 
 // Binds every channel of the records by the names of groups and channels. Missing ones are no error. 0.
 int qbSceneBindChannels(QbScene* scene);

@@ -447,25 +447,28 @@ static int walkFile(QbFile* file, const char* fileName) {
     return result;
 }
 
-QbScene* qbSceneRead(const char* fileName) {
-    QbFile* file = fileName ? qbIffLoad(fileName) : nullptr;
-    if (!file) return nullptr;
+QbScene* qbSceneReadImage(QbFile* image, const char* fileName) {
     auto* scene = static_cast<QbScene*>(std::calloc(1, sizeof(QbScene)));
     if (!scene) {
-        qbFileClose(file);
+        qbFileClose(image);
         return nullptr;
     }
-    scene->file = file;
+    scene->file = image;
     builder = {};
     builder.scene = scene;
     builder.fileName = fileName;
     builder.recordBytesMax =
-        recordBytesFree + recordBytesPerFileByte * static_cast<size_t>(qbFileDataSize(file));
-    const bool isRead = startScene(*scene) && walkFile(file, fileName) == 0;
+        recordBytesFree + recordBytesPerFileByte * static_cast<size_t>(qbFileDataSize(image));
+    const bool isRead = startScene(*scene) && walkFile(image, fileName) == 0;
     builder = {};
     if (isRead) return scene;
     qbSceneRecordFree(scene);
     return nullptr;
+}
+
+QbScene* qbSceneRead(const char* fileName) {
+    QbFile* image = fileName ? qbIffLoad(fileName) : nullptr;
+    return image ? qbSceneReadImage(image, fileName) : nullptr;
 }
 
 static void freeGroup(QbChannelGroup& group) {

@@ -40,7 +40,7 @@ static bool sameWithoutCase(const char* a, const char* b) {
 // Cuts what does not fit.
 template <size_t Size>
 static void copyText(char (&to)[Size], const char* from) {
-    const size_t length = from ? strnlen(from, Size - 1) : 0;
+    const size_t length = from ? std::min(strlen(from), Size - 1) : 0;
     if (length > 0) memcpy(to, from, length);
     to[length] = '\0';
 }

@@ -32,7 +32,10 @@ public:
     explicit Hands(const std::string& script) : process_(fork()) {
         if (process_ != 0) return;
         const std::string whole =
-            "id=$(timeout 30 xdotool search --sync --onlyvisible --class quab | head -1)\n"
+            "for try in $(seq 200); do\n"
+            "    id=$(xdotool search --onlyvisible --class quab 2>/dev/null | head -1)\n"
+            "    [ -n \"$id\" ] && break || sleep 0.05\n"
+            "done\n"
             "xdotool mousemove --window $id 20 10\nsleep 0.2\n" +
             script;
         execl("/bin/sh", "sh", "-c", whole.c_str(), static_cast<char*>(nullptr));

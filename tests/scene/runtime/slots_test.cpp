@@ -1,11 +1,10 @@
 #include "engine/engine.h"
 #include "engine/lights.h"
-#include "fake_scene.h"
+#include "fake_stage.h"
 #include "meshes.h"
 #include "scene/runtime/fx_emitters.h"
 #include "scene/runtime/objects.h"
 #include "scene/runtime/slots.h"
-#include "stage.h"
 
 #include <climits>
 
@@ -13,10 +12,10 @@ using irr::core::vector3df;
 
 namespace {
 
-class Slots : public Stage {
+class Slots : public FakeStage {
 protected:
     void SetUp() override {
-        Stage::SetUp();
+        FakeStage::SetUp();
         directory.write("box.x", boxMesh(2.0F, "1.0;1.0;1.0"));
         directory.write("cone.x", boxMesh(3.0F, "1.0;1.0;1.0"));
     }

@@ -1,7 +1,6 @@
 #include "stage.h"
 
 #include "engine/engine.h"
-#include "fake_scene.h"
 #include "scene/runtime/objects.h"
 #include "scene/runtime/slots.h"
 
@@ -30,7 +29,6 @@ void Stage::SetUp() {
 void Stage::TearDown() {
     for (int slot = 0; slot < QB_SCENE_SLOTS; slot++)
         qbSceneFree(slot);
-    EXPECT_EQ(fakeOpenScenes, 0);
     QbEngine* engine = qbEngineGet();
     for (int id = 0; id < qbIdListCapacity(engine->objects); id++)
         qbObjectFree(id);
@@ -39,7 +37,6 @@ void Stage::TearDown() {
     qbIdListFree(engine->fxemitters);
     *engine = {};
     device->drop();
-    fakeReset();
 }
 
 static unsigned countNodes(const irr::scene::ISceneNode* node) {
