@@ -340,7 +340,7 @@ public:
         ConsoleReporter::ReportRuns(runs);
         for (const Run& run : runs) {
             if (run.error_occurred || run.run_type != Run::RT_Iteration) continue;
-            const double seconds = run.real_accumulated_time / static_cast<double>(run.iterations);
+            const double seconds = run.cpu_accumulated_time / static_cast<double>(run.iterations);
             double& best = fastest.try_emplace(run.run_name.function_name, seconds).first->second;
             best = std::min(best, seconds);
         }

@@ -143,7 +143,7 @@ Picture paintStreet() {
 }
 
 // A sky dome's picture: u runs round the horizon (0.25 lies ahead, along Z), v from the zenith down.
-Picture paintSky(std::initializer_list<Stop> heights, const Colour& ahead, double aheadReach, double stars) {
+Picture paintSky(std::initializer_list<Stop> heights, const Colour& ahead, double aheadReach) {
     Picture picture(512, 256);
     for (int y = 0; y < 256; ++y) {
         for (int x = 0; x < 512; ++x) {
@@ -152,12 +152,7 @@ Picture paintSky(std::initializer_list<Stop> heights, const Colour& ahead, doubl
             const double turn = std::remainder(x / 512.0 - 0.25, 1.0) * 2.0 * std::numbers::pi;
             const double away = std::sqrt(turn * turn + up * up * 7.0) / aheadReach;
             colour = mixColours(colour, ahead, static_cast<float>(0.9 * std::exp(-away * away)));
-            double light = 1.0;
-            const double chance = hash01(x, y, 77);
-            if (up > 0.08 && chance > 0.9975) {
-                colour = mixColours(colour, cream, static_cast<float>(stars * (chance - 0.9975) / 0.0025));
-            }
-            light += dither(x, y) * 2.0;
+            const double light = 1.0 + dither(x, y) * 2.0;
             setTexel(picture, x, y, colour, light);
         }
     }
@@ -233,9 +228,9 @@ int saveAll(const std::string& directory, std::string& error) {
         {"night/slate.jpg", paintSlate()},
         {"night/slate_normal.png", paintSlateNormals()},
         {"night/street.jpg", paintStreet()},
-        {"night/sky.jpg", paintSky(late, plum, 0.9, 1.0)},
-        {"dawn/deep.jpg", paintSky(deep, rose, 0.8, 0.0)},
-        {"dawn/sky.jpg", paintSky(dawn, gold, 0.75, 0.25)},
+        {"night/sky.jpg", paintSky(late, plum, 0.9)},
+        {"dawn/deep.jpg", paintSky(deep, rose, 0.8)},
+        {"dawn/sky.jpg", paintSky(dawn, gold, 0.75)},
         {"dawn/skin.jpg", paintSkin()},
         {"dawn/fin.jpg", paintFin()},
         {"dawn/hills.jpg", paintHills()},

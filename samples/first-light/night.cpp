@@ -30,6 +30,22 @@ QbExportMesh makeGround() {
     return mesh;
 }
 
+// Sparse far points, more of them near the zenith.
+QbExportMesh makeStars() {
+    QbExportMesh mesh;
+    for (int i = 0; i < 240; ++i) {
+        const double up = 0.06 + 0.9 * hash01(i, 71), angle = tau * hash01(i, 72);
+        const double flat = std::sqrt(1.0 - up * up);
+        const Vec way = {flat * std::cos(angle), up, flat * std::sin(angle)};
+        const double size = 2.0 + 6.0 * hash01(i, 73) * hash01(i, 74);
+        const Vec side = unitVector(crossProduct(way, {0, 1, 0})) * size;
+        const Vec high = unitVector(crossProduct(way, side)) * size;
+        const Vec at = way * 2400.0;
+        addQuad(mesh, at + high, at + side, at - high, at - side);
+    }
+    return mesh;
+}
+
 QbExportMesh makeBlock(QbVec3 size, float columns, float rows) {
     QbExportMesh mesh = qbShapeBox(size);
     qbMeshScaleUv(mesh, columns / 16, rows / 16);
@@ -99,6 +115,13 @@ void addNightModels(Folder& folder) {
     addModel(
         folder, "ground", makeGround(),
         {{.name = "Ground", .colour = {0.30f, 0.26f, 0.50f}, .specularity = 0.07f, .glossiness = 0.22f}});
+    addModel(folder, "stars", makeStars(),
+             {{.name = "Stars",
+               .colour = cream,
+               .diffuse = 0,
+               .luminosity = 0.9f,
+               .glow = 0.4f,
+               .bothSides = true}});
     addModel(folder, "dome", makeDome(2600),
              {{.name = "Sky", .colour = indigo, .diffuse = 0, .luminosity = 1.0f, .image = "sky.jpg"}});
     const Look windows = {.name = "Windows",
@@ -167,7 +190,7 @@ void makeSparkShot(Folder& folder) {
     placeAt(shot, "ground", {0, 0, 0});
     placeSpark(shot, sparkAlone, 2.0, 1.0, 420, [](double s) { return 0.22 + 0.78 * easeBetween(2, 10, s); });
     addStones(shot);
-    placeDrift(shot, {"mote", 56, {0, 40, -20}, {120, 38, 120}, 1.5, 0.8});
+    placeDrift(shot, {"mote", 56, {0, 44, 20}, {130, 40, 100}, 1.5, 0.8});
     const Path eye =
         throughKeys({{0, {26, 20, -132}}, {4, {4, 22, -104}}, {8, {-52, 34, -120}}, {12, {-74, 52, -176}}});
     const Path target = [](double s) {
@@ -175,7 +198,7 @@ void makeSparkShot(Folder& folder) {
         return spark * 0.75 + Vec{0, 6 + 14 * easeBetween(5, 12, s), 0};
     };
     film(
-        shot, eye, target, [](double s) { return 52 + 10 * easeBetween(3, 12, s); },
+        shot, eye, target, [](double s) { return 60 + 4 * easeBetween(9, 12, s); },
         [](double s) { return 2.5 * std::sin(s * 0.5); });
     setGlow(
         shot, [](double s) { return 0.55 + 0.35 * beatPulse(s, 2.0, 0.4); }, constant(18));
@@ -213,6 +236,7 @@ void makeStonesShot(Folder& folder) {
     addDistantLight(shot, "Moon", {0.26f, 0.24f, 0.85f}, 205, 38, constant(0.6));
     setAmbient(shot, {0.014f, 0.010f, 0.040f});
     placeAt(shot, "dome", {0, 0, 0});
+    placeAt(shot, "stars", {0, 0, 0});
     placeAt(shot, "ground", {0, 0, 0});
     placeSpark(shot, sparkOnRing, 1.0, 1.1, 420, constant(1));
     addStones(shot);
@@ -292,15 +316,14 @@ void addPosts(Shot& shot) {
     }
 }
 
+// On the right they come, on the left they overtake.
 void addTraffic(Shot& shot) {
-    for (int i = 0; i < 16; ++i) {
-        const double home = i * block / 4;
+    for (int i = 0; i < 25; ++i) {
+        const double home = -720.0 + i * block / 4;
         for (const double side : {-1.0, 1.0}) {
-            QbExportMotion& motion = place(shot, "streak").motion;
-            const double offset = side > 0 ? 0 : 45;
-            movePosition(shot, motion, [=](double s) {
-                return Vec{side * 24, 3.5,
-                           home + offset - side * block * s / lap - (side < 0 ? 0.0 : -200.0)};
+            const double pace = side > 0 ? -1.0 : 2.0; // blocks a lap
+            movePosition(shot, place(shot, "streak").motion, [=](double s) {
+                return Vec{side * 24, 3.5, home + pace * block * s / lap};
             });
         }
     }
@@ -314,10 +337,13 @@ void makeCityShot(Folder& folder) {
     Shot shot = openShot(folder, "city", lap, night);
     addDistantLight(shot, "Moon", {0.36f, 0.34f, 0.85f}, 160, 40, constant(0.5));
     setAmbient(shot, {0.02f, 0.015f, 0.05f});
-    QbExportMotion& dome = place(shot, "dome").motion;
-    movePosition(shot, dome, [](double s) { return Vec{0, 0, cityEye(s).z}; });
-    // A near sky swallows the far towers, so that their end never shows and the lap has no seam.
-    qbExportSetScale(dome, {0.4f, 0.4f, 0.4f});
+    // A near sky that travels along: it swallows the far towers, so that their end never shows and the lap
+    // has no seam.
+    for (const char* sky : {"dome", "stars"}) {
+        QbExportMotion& motion = place(shot, sky).motion;
+        movePosition(shot, motion, [](double s) { return Vec{0, 0, cityEye(s).z}; });
+        qbExportSetScale(motion, {0.4f, 0.4f, 0.4f});
+    }
     placeAt(shot, "street", {0, 0, 900});
     addTowers(shot);
     addPosts(shot);

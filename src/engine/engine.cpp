@@ -231,10 +231,10 @@ int qbEngineClose() {
     return 0;
 }
 
-// --- while it is open
-// ---------------------------------------------------------------------------------------
+// --- while it is open -------------------------------------------------------------------------------------
 
 int qbEngineIsOver() {
+    qbEventReceiver()->BeginFrame();
     if (!engine.device || !engine.device->run() || qbWindowLost()) return 1;
     return qbEventReceiver()->IsKeyDown(KEY_ESCAPE);
 }

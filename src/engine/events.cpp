@@ -15,7 +15,10 @@ MyEventReceiver* qbEventReceiver() {
 
 static void takeKey(MyEventReceiver& state, const SEvent::SKeyInput& key) {
     const auto code = static_cast<unsigned>(key.Key);
-    if (code < std::size(state.keys)) state.keys[code] = key.PressedDown ? 1 : 0;
+    if (code < std::size(state.keys)) {
+        state.keys[code] = key.PressedDown ? 1 : 0;
+        if (key.PressedDown) state.tapped[code] = 1;
+    }
     state.keys[KEY_SHIFT] = key.Shift ? 1 : 0;
 }
 
@@ -35,7 +38,13 @@ bool MyEventReceiver::OnEvent(const SEvent& event) {
 
 uint8_t MyEventReceiver::IsKeyDown(int keyCode) const {
     if (keyCode < 0 || keyCode >= static_cast<int>(std::size(keys))) return 0;
-    return keys[keyCode];
+    // The shift entry follows the modifier, not the key.
+    if (keyCode == KEY_SHIFT) return keys[keyCode];
+    return keys[keyCode] | tapped[keyCode];
+}
+
+void MyEventReceiver::BeginFrame() {
+    std::fill(std::begin(tapped), std::end(tapped), uint8_t{0});
 }
 
 // --- the facade's view ----------------------------------------------------------------------------------

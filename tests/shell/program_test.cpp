@@ -112,9 +112,12 @@ protected:
     static void xdotool(const std::string& command) {
         ASSERT_EQ(std::system(("xdotool " + command + " >/dev/null 2>&1").c_str()), 0) << command;
     }
+    // Puts the pointer into the window as well: without a window manager keys go to what lies under it.
     static bool waitForWindow() {
         for (int i = 0; i < 200; ++i) {
-            if (std::system("xdotool search --onlyvisible --name '^Quab$' >/dev/null 2>&1") == 0) return true;
+            if (std::system(
+                    "xdotool search --onlyvisible --name '^Quab$' mousemove 300 200 >/dev/null 2>&1") == 0)
+                return true;
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
         }
         return false;

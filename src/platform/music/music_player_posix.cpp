@@ -17,6 +17,7 @@
 #include <system_error>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 // Opening a sound device can take seconds when a sound server is slow or missing, and GStreamer does it
 // inside the change of state. So each tune has a thread of its own that brings the pipeline to the wanted
@@ -128,13 +129,13 @@ static bool gstreamerIsReady() {
     return ready;
 }
 
-static void reportMissing(const char* element, const char* package) {
-    fprintf(stderr, "No sound: GStreamer has no element \"%s\"; install %s.\n", element, package);
-}
-
+// A machine that lacks one element lacks its whole package: one line says enough, however many tunes there
+// are.
 static GstElement* createElement(const char* name, const char* package) {
+    static bool reported = false;
     GstElement* element = gst_element_factory_make(name, nullptr);
-    if (!element) reportMissing(name, package);
+    if (!element && !std::exchange(reported, true))
+        fprintf(stderr, "No sound: GStreamer has no element \"%s\"; install %s.\n", name, package);
     return element;
 }
 
@@ -238,10 +239,10 @@ static bool buildPipeline(Tune& tune) {
     gst_object_ref_sink(tune.pipeline);
     GstElement* source = createElement("fdsrc", "libgstreamer1.0-0");
     GstElement* decoder = createElement("decodebin", "gstreamer1.0-plugins-base");
-    GstElement* resampler = createElement("audioresample", "gstreamer1.0-plugins-base");
     tune.converter = createElement("audioconvert", "gstreamer1.0-plugins-base");
-    tune.sink = createSink();
-    bool whole = true;
+    GstElement* resampler = createElement("audioresample", "gstreamer1.0-plugins-base");
+    bool whole = source && decoder && tune.converter && resampler;
+    tune.sink = whole ? createSink() : nullptr;
     for (GstElement* element : {source, decoder, tune.converter, resampler, tune.sink}) {
         whole = whole && element;
         if (element) gst_bin_add(GST_BIN(tune.pipeline), element);

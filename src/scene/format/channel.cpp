@@ -46,113 +46,136 @@ uint16_t bodySize(const qbMemoryFile& image, uint32_t vals) {
     return static_cast<uint16_t>(std::min(readHalf(image.data + vals - 2), size - vals));
 }
 
-struct Chunk {
-    uint32_t tag;
-    uint32_t count;
-    uint32_t values; // offsets in the body
-    uint32_t next;
+// The chunk of a place, in registers.
+struct Cursor {
+    uint32_t first, count, held, values, stride, next;
 };
 
-struct Sample {
-    float value; // 0.0 where the channel has none
-    bool isThere;
-};
+// Values copied at once: most chunks of a channel with many chunks are no longer.
+constexpr uint32_t LANES = 4;
 
-// False at the end of the body, and for a chunk too small for its count.
-inline bool readChunk(const uint8_t* body, uint32_t at, uint32_t end, Chunk& chunk) {
+Cursor cursorOf(const QbChannelPlace& place) {
+    return {place.first, place.count, place.held, place.values, place.stride, place.next};
+}
+
+void keepCursor(QbChannelPlace& place, const Cursor& cursor) {
+    place.first = cursor.first;
+    place.count = cursor.count;
+    place.held = cursor.held;
+    place.values = static_cast<uint16_t>(cursor.values);
+    place.next = static_cast<uint16_t>(cursor.next);
+    place.stride = static_cast<uint8_t>(cursor.stride);
+}
+
+// Goes on to the chunk behind. False, and the cursor stays, at the end of the body and at a chunk whose count
+// is missing or impossible: the samples behind it can not be numbered. Tells literals from runs without
+// branches: which comes next can not be foreseen, and a wrong guess costs more than all else here.
+inline bool enterNextChunk(const uint8_t* body, uint32_t end, Cursor& cursor) {
+    const uint32_t at = cursor.next;
     if (end - at < CHUNK_HEADER + CHUNK_COUNT) return false;
+    const uint32_t tag = readWord(body + at);
     const uint32_t size = readHalf(body + at + 4);
-    chunk.tag = readWord(body + at);
-    chunk.count = readWord(body + at + CHUNK_HEADER);
-    chunk.values = at + CHUNK_HEADER + CHUNK_COUNT;
-    chunk.next = std::min(at + CHUNK_HEADER + size, end);
-    return size >= CHUNK_COUNT;
+    const uint32_t count = readWord(body + at + CHUNK_HEADER);
+    const uint32_t first = cursor.first + cursor.count;
+    if (size < CHUNK_COUNT || count > SAMPLES_MAX - first) return false;
+
+    cursor.first = first;
+    cursor.count = count;
+    cursor.values = at + CHUNK_HEADER + CHUNK_COUNT;
+    cursor.next = std::min(at + CHUNK_HEADER + size, end);
+    const uint32_t valueBytes = cursor.next - cursor.values;
+    const uint32_t isLiteral = tag == QB_TAG_VDAT;
+    const uint32_t isRun = (tag == QB_TAG_VRUN) & (valueBytes >= VALUE_SIZE);
+    cursor.held = std::min(count, valueBytes / VALUE_SIZE * isLiteral | (0 - isRun));
+    cursor.stride = VALUE_SIZE * isLiteral;
+    return true;
 }
 
-// Without branches: whether a literal or a run comes next can not be foreseen, and in a channel of many
-// chunks a wrong guess costs more than all else.
-inline void standAt(QbChannelPlace& place, const Chunk& chunk, uint32_t first) {
-    const uint32_t valueBytes = chunk.next - chunk.values;
-    const uint32_t isLiteral = chunk.tag == QB_TAG_VDAT;
-    const uint32_t isRun = (chunk.tag == QB_TAG_VRUN) & (valueBytes >= VALUE_SIZE);
-    place.first = first;
-    place.held = std::min(chunk.count, valueBytes / VALUE_SIZE * isLiteral | (0 - isRun));
-    place.values = static_cast<uint16_t>(chunk.values);
-    place.stride = static_cast<uint16_t>(VALUE_SIZE * isLiteral);
-    place.next = static_cast<uint16_t>(chunk.next);
+// Writes `count` values, and up to LANES - 1 more that mean nothing.
+inline void copyValues(float* to, const uint8_t* from, uint32_t stride, uint32_t count, uint32_t bytesLeft) {
+    uint32_t i = 0;
+    if (bytesLeft >= LANES * VALUE_SIZE)
+        for (; i < LANES; i++)
+            to[i] = std::bit_cast<float>(readWord(from + i * stride));
+    for (; i < count; i++)
+        to[i] = std::bit_cast<float>(readWord(from + i * stride));
 }
 
-inline bool holds(const QbChannelPlace& place, uint32_t index) {
-    return index - place.first < place.held;
+// Adds samples to a window from a numbered one on, up to its end or to the first sample without a value;
+// returns how many the window holds then. The cursor goes along.
+inline uint32_t fillWindow(const uint8_t* body, uint32_t end, Cursor& cursor, uint32_t index, float* window,
+                           uint32_t filled) {
+    while (filled < QB_CHANNEL_WINDOW) {
+        const uint32_t offset = index - cursor.first;
+        if (offset < cursor.held) {
+            const uint32_t count = std::min(cursor.held - offset, QB_CHANNEL_WINDOW - filled);
+            const uint32_t at = cursor.values + offset * cursor.stride;
+            copyValues(window + filled, body + at, cursor.stride, count, end - at);
+            filled += count;
+            index += count;
+        } else if (offset < cursor.count || !enterNextChunk(body, end, cursor)) {
+            break;
+        }
+    }
+    return filled;
 }
 
-inline float heldValue(const uint8_t* body, const QbChannelPlace& place, uint32_t index) {
-    return std::bit_cast<float>(readWord(body + place.values + (index - place.first) * place.stride));
+// Channels lie far apart, so that what the next window needs would each time come from main memory.
+inline void prefetchAhead(const uint8_t* body, uint32_t end, const Cursor& cursor, uint32_t index) {
+    const uint32_t at = std::min(cursor.values + (index - cursor.first) * VALUE_SIZE, cursor.next);
+    __builtin_prefetch(body + std::min(at + 64, end));
+    __builtin_prefetch(body + std::min(at + 128, end));
 }
 
-uint32_t samplesCounted(const uint8_t* body, const QbChannelPlace& place) {
-    return place.values ? readWord(body + place.values - CHUNK_COUNT) : 0;
+// Moves the window so that it begins with a sample, and empties it when the channel has no value for that
+// one.
+[[gnu::noinline]] void moveWindow(const qbMemoryFile& image, const QbChannelRef& channel, uint32_t index) {
+    QbChannelPlace& place = channel.place;
+    if (place.end == 0) place.end = bodySize(image, channel.vals);
+    if (place.end == 0 || index > SAMPLES_MAX) {
+        place.windowCount = 0;
+        return;
+    }
+
+    float window[QB_CHANNEL_WINDOW + LANES] = {};
+    uint32_t kept = 0;
+    const uint32_t slot = index - place.windowFirst;
+    if (slot < place.windowCount) {
+        kept = place.windowCount - slot;
+        std::copy_n(place.window + slot, kept, window);
+    }
+    // The cursor is at the window's end: what lies before it is found again from the start of the body.
+    const bool isBehind = kept == 0 && index < place.first;
+    Cursor cursor = isBehind ? Cursor{} : cursorOf(place);
+    const uint8_t* body = image.data + channel.vals;
+    const uint32_t filled = fillWindow(body, place.end, cursor, index + kept, window, kept);
+    prefetchAhead(body, place.end, cursor, index + filled);
+    keepCursor(place, cursor);
+    place.windowFirst = index;
+    place.windowCount = static_cast<uint8_t>(filled);
+    std::copy_n(window, QB_CHANNEL_WINDOW, place.window);
 }
 
-void reportMissing(const uint8_t* body, const QbChannelPlace& place) {
-    const uint32_t tag = readWord(body + place.values - CHUNK_COUNT - CHUNK_HEADER);
+// A foreign chunk still begins with a count, and is heard of when one of its samples is asked for.
+void reportMissing(const qbMemoryFile& image, const QbChannelRef& channel, uint32_t index) {
+    const QbChannelPlace& place = channel.place;
+    if (index - place.first >= place.count) return;
+    const uint32_t tag = readWord(image.data + channel.vals + place.values - CHUNK_COUNT - CHUNK_HEADER);
     if (tag != QB_TAG_VRUN && tag != QB_TAG_VDAT)
         std::fputs("dumpquab_ext_vals_get_value: Unknown Chunk !\n", stdout);
 }
 
-// Moves the place forward to the chunk of a sample, or to the last chunk when there is no such sample. A
-// count that is missing or impossible ends the channel: the samples behind it can not be numbered.
-bool walkForward(const uint8_t* body, QbChannelPlace& place, uint32_t index) {
-    uint32_t first = place.first;
-    uint32_t count = samplesCounted(body, place);
-    if (index - first < count) return true;
-    uint32_t at = place.next;
-    uint32_t last = 0, lastFirst = 0;
-    Chunk chunk;
-    while (readChunk(body, at, place.end, chunk) && chunk.count <= SAMPLES_MAX - (first + count)) {
-        first += count;
-        count = chunk.count;
-        if (index - first < count) return standAt(place, chunk, first), true;
-        last = at + 1;
-        lastFirst = first;
-        at = chunk.next;
-    }
-    if (last != 0 && readChunk(body, last - 1, place.end, chunk)) standAt(place, chunk, lastFirst);
-    return false;
+inline float fetch(const qbMemoryFile& image, const QbChannelRef& channel, uint32_t index) {
+    const QbChannelPlace& place = channel.place;
+    if (index - place.windowFirst >= place.windowCount) moveWindow(image, channel, index);
+    if (index - place.windowFirst < place.windowCount) return place.window[index - place.windowFirst];
+    reportMissing(image, channel, index);
+    return 0.0f;
 }
 
-[[gnu::cold, gnu::noinline]] bool rewind(const qbMemoryFile& image, const QbChannelRef& channel) {
-    channel.place = {};
-    channel.place.end = bodySize(image, channel.vals);
-    return channel.place.end != 0;
-}
-
-// A sample outside the remembered chunk, or without a value in it.
-[[gnu::noinline]] Sample seekSample(const qbMemoryFile& image, const QbChannelRef& channel, uint32_t index) {
-    QbChannelPlace& place = channel.place;
-    if (index > SAMPLES_MAX) return {0.0f, false};
-    if ((place.end == 0 || index < place.first) && !rewind(image, channel)) return {0.0f, false};
-    const uint8_t* body = image.data + channel.vals;
-    if (!walkForward(body, place, index)) return {0.0f, false};
-    if (!holds(place, index)) return reportMissing(body, place), Sample{0.0f, false};
-    return {heldValue(body, place, index), true};
-}
-
-inline Sample fetch(const qbMemoryFile& image, const QbChannelRef& channel, uint32_t index) {
-    if (!holds(channel.place, index)) return seekSample(image, channel, index);
-    return {heldValue(image.data + channel.vals, channel.place, index), true};
-}
-
-// Two neighbours, left in the place. In play they are mostly those of the frame before, or lie one further.
-inline void fetchPair(const qbMemoryFile& image, const QbChannelRef& channel, uint32_t index) {
-    QbChannelPlace& place = channel.place;
-    if (place.pair == index + 1) return;
-    const bool isNext = place.pair != 0 && place.pair == index;
-    const Sample first = isNext ? Sample{place.secondValue, true} : fetch(image, channel, index);
-    const Sample second = fetch(image, channel, index + 1);
-    place.pair = first.isThere && second.isThere ? index + 1 : 0;
-    place.firstValue = first.value;
-    place.secondValue = second.value;
+inline bool holdsPair(const QbChannelPlace& place, uint32_t index) {
+    const uint32_t slot = index - place.windowFirst;
+    return slot < place.windowCount && slot + 1 < place.windowCount;
 }
 
 inline SamplePair samplePair(const QbScene* scene, float time) {
@@ -170,11 +193,27 @@ inline SamplePair samplePair(const QbScene* scene, float time) {
     return {low, low + 1, blend};
 }
 
+// A sample and the one behind it.
+[[gnu::always_inline]] inline void fetchPair(const qbMemoryFile& image, const QbChannelRef& channel,
+                                             uint32_t index, float& first, float& second) {
+    const QbChannelPlace& place = channel.place;
+    if (!holdsPair(place, index)) moveWindow(image, channel, index);
+    if (holdsPair(place, index)) {
+        const float* at = place.window + (index - place.windowFirst);
+        first = at[0];
+        second = at[1];
+        return;
+    }
+    first = fetch(image, channel, index);
+    second = fetch(image, channel, index + 1);
+}
+
 inline float blendedValue(const qbMemoryFile& image, const QbChannelRef& channel, const SamplePair& pair) {
-    const auto first = static_cast<uint32_t>(pair.first);
-    if (pair.second == pair.first) return fetch(image, channel, first).value;
-    fetchPair(image, channel, first);
-    return (1.0f - pair.blend) * channel.place.firstValue + pair.blend * channel.place.secondValue;
+    const auto index = static_cast<uint32_t>(pair.first);
+    if (pair.second == pair.first) return fetch(image, channel, index);
+    float first, second;
+    fetchPair(image, channel, index, first, second);
+    return (1.0f - pair.blend) * first + pair.blend * second;
 }
 
 } // namespace
@@ -187,19 +226,17 @@ void qbChannelSampleTime(const QbScene* scene, float time, int32_t* first, int32
 }
 
 float qbChannelSample(const QbScene* scene, const QbChannelRef* channel, int32_t index) {
-    return channel->vals ? fetch(imageOf(scene), *channel, static_cast<uint32_t>(index)).value : 0.0f;
+    return channel->vals ? fetch(imageOf(scene), *channel, static_cast<uint32_t>(index)) : 0.0f;
 }
 
 void qbChannelSamplePair(const QbScene* scene, const QbChannelRef* channel, int32_t first, int32_t second,
                          float* firstValue, float* secondValue) {
-    if (first < 0 || second != first + 1 || !channel->vals) {
-        *firstValue = qbChannelSample(scene, channel, first);
-        *secondValue = second == first ? *firstValue : qbChannelSample(scene, channel, second);
+    if (channel->vals && second == first + 1) {
+        fetchPair(imageOf(scene), *channel, static_cast<uint32_t>(first), *firstValue, *secondValue);
         return;
     }
-    fetchPair(imageOf(scene), *channel, static_cast<uint32_t>(first));
-    *firstValue = channel->place.firstValue;
-    *secondValue = channel->place.secondValue;
+    *firstValue = qbChannelSample(scene, channel, first);
+    *secondValue = second == first ? *firstValue : qbChannelSample(scene, channel, second);
 }
 
 float qbChannelValue(const QbScene* scene, const QbChannelRef* channel, float time) {

@@ -9,18 +9,23 @@
 //
 // Only the scene format and its tests look in here; everything else asks through scene/format/tables.h.
 
-// Where the last fetch of a channel stood, checked then, so that the next one starts there: the chunk, and
-// the two samples that were blended last. A VALS body holds at most 65,535 bytes, so offsets inside it take
-// 16 bits. Zero-filled means "nothing remembered".
+enum { QB_CHANNEL_WINDOW = 8 };
+
+// Where the last fetch of a channel stood, checked then, so that the next one goes on from there: a window of
+// samples from the one asked for onwards, and the chunk that holds the last of them. Play finds most samples
+// in the window and reads the image every few frames. A VALS body holds at most 65,535 bytes, so offsets
+// inside it take 16 bits. Zero-filled means "nothing remembered".
 struct QbChannelPlace {
-    uint32_t first;  // number of the chunk's first sample
-    uint32_t held;   // samples whose value lies in the chunk: fewer than its count when it is damaged
-    uint16_t values; // offset of the first value in the VALS body; 0 in front of the first chunk
-    uint16_t stride; // bytes from value to value: 4 in a VDAT, 0 in a VRUN
-    uint16_t next;   // offset of the header behind the chunk
-    uint16_t end;    // size of the body, cut to the image
-    uint32_t pair;   // number of the first of the two samples, plus 1
-    float firstValue, secondValue;
+    uint32_t first;       // number of the chunk's first sample
+    uint32_t count;       // its samples
+    uint32_t held;        // of these, the ones whose value lies in it: fewer in a damaged one
+    uint16_t values;      // offset of the first value in the VALS body; 0 in front of the first chunk
+    uint16_t next;        // offset of the header behind the chunk
+    uint16_t end;         // size of the body, cut to the image
+    uint8_t stride;       // bytes from value to value: 4 in a VDAT, 0 in a VRUN
+    uint8_t windowCount;  // samples in the window
+    uint32_t windowFirst; // number of its first
+    float window[QB_CHANNEL_WINDOW];
 };
 
 // A channel: the offset of a VALS body in the image; 0 means that none is bound and the constant beside it

@@ -6,7 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
+#include <string>
 
 static_assert(static_cast<int>(QB_SURFACE_VALUE_COUNT) == static_cast<int>(QB_SURFACE_PARAM_COUNT));
 
@@ -438,9 +438,13 @@ constexpr QbEmitterInfo EMITTER_INFO = {
     emitterBirthRate,     emitterLifeTime,  emitterExplosion,       emitterParticleLimit,
 };
 
+// Without regard to case: the name may come from a script made where case does not count.
 int formatOf(const char* fileName) {
-    if (std::strstr(fileName, ".lws.ini")) return FORMAT_TEXT;
-    return std::strstr(fileName, ".quab") ? FORMAT_QUAB : FORMAT_NONE;
+    std::string name(fileName);
+    for (char& letter : name)
+        if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
+    if (name.find(".lws.ini") != std::string::npos) return FORMAT_TEXT;
+    return name.find(".quab") != std::string::npos ? FORMAT_QUAB : FORMAT_NONE;
 }
 
 } // namespace

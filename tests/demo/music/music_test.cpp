@@ -27,8 +27,8 @@ protected:
         std::string name = (fs::temp_directory_path() / "quab-tunes-XXXXXX").string();
         directory_ = mkdtemp(name.data());
         engine.musics = qbIdListCreate(50);
-        writeWave(path("a.wav"), {{1000, 60}});
-        writeWave(path("b.wav"), {{1700, 60}});
+        writeWave(path("a.wav"), {{1000, 15}});
+        writeWave(path("b.wav"), {{1700, 15}});
     }
     void TearDown() override {
         for (int id = 0; id < 50; ++id)

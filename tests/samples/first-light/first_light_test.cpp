@@ -115,8 +115,7 @@ TEST_F(FirstLight, EveryNamedFileIsThere) {
     for (int32_t i = 0; i < demo->partCount; i++) {
         const QbDemoPart& part = demo->parts[i];
         if (part.filename[0] != '\0') directories[part.directory].insert(part.filename);
-        if (part.music[0] != '\0')
-            EXPECT_TRUE(fs::exists(show / demo->musicDirectory / part.music)) << part.music;
+        EXPECT_TRUE(fs::exists(show / demo->musicDirectory / part.music)) << part.music;
         for (int32_t k = 0; k < part.extraCount; k++)
             directories[part.extras[k].directory].insert(part.extras[k].filename);
     }

@@ -4,31 +4,7 @@
 #include "meshes.h"
 #include "scene/runtime/objects.h"
 #include "scene/runtime/slots.h"
-
-#include <cstdlib>
-#include <new>
-
-// Counts what the program allocates, for the paths that must not.
-static long allocations = 0;
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    allocations++;
-    return std::malloc(size > 0 ? size : 1);
-}
-
-void* operator new(std::size_t size) {
-    void* memory = operator new(size, std::nothrow);
-    if (!memory) throw std::bad_alloc();
-    return memory;
-}
-
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
+#include "support/allocations.h"
 
 using irr::core::vector3df;
 using irr::video::SColorf;
@@ -255,11 +231,11 @@ TEST_F(Update, AllocatesNothing) {
     load("main", 1, 10, 1);
     qbSceneStart(0);
     qbSceneStart(1);
-    const long before = allocations;
+    const long before = allocationCount();
     ASSERT_GT(before, 0);
     for (int time = 0; time < 400; time += 40) {
         qbSceneUpdate(1, time);
         qbSceneUpdate(0, time);
     }
-    EXPECT_EQ(allocations, before);
+    EXPECT_EQ(allocationCount(), before);
 }

@@ -372,7 +372,7 @@ TEST(RecordTest, RecordsAreBoundedByTheFile) {
     EXPECT_TRUE(
         Messages::texts()[0].ends_with(": damaged scene file: more records than a file of its size can hold"))
         << Messages::texts()[0];
-    EXPECT_NE(readScene(top("SOBJ", surfaces.substr(0, 6 * 8'000))), nullptr);
+    EXPECT_NE(readScene(top("SOBJ", surfaces.substr(0, 6 * 4'000))), nullptr);
 }
 
 TEST(MeshFileNameTest, Names) {
