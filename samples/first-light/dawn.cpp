@@ -478,7 +478,7 @@ void makeTitleShot(Folder& folder) {
     Shot shot = openShot(folder, "title", 12, plum);
     const Curve sun = [](double s) { return 60 + 70 * easeBetween(0, 14, s); };
     addLandscape(shot, sun, 8.0);
-    placeDrift(shot, {"seed", 60, {0, 130, -180}, {260, 110, 230}, 8, 0.9});
+    placeDrift(shot, {"seed", 50, {0, 130, -180}, {260, 110, 230}, 8, 0.9});
     addSwimmer(
         shot,
         [](double s) {
@@ -509,7 +509,7 @@ void makeAfterglowShot(Folder& folder) {
             return rest + Vec{0, 3 * std::sin(s * 1.5) + 60 * (1 - easeBetween(0, 2.5, s)), 0};
         },
         2.0, 1.0, 300, constant(1));
-    placeDrift(shot, {"seed", 70, stone + Vec{60, 90, 20}, {130, 80, 90}, 11, 1.0});
+    placeDrift(shot, {"seed", 56, stone + Vec{60, 90, 20}, {130, 80, 90}, 11, 1.0});
     const Path eye = throughKeys(
         {{0, stone + Vec{92, 74, -262}}, {4, stone + Vec{84, 84, -232}}, {8, stone + Vec{80, 94, -206}}});
     const Path target = throughKeys({{0, stone + Vec{66, 92, 60}}, {8, stone + Vec{56, 104, 60}}});

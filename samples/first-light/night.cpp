@@ -14,6 +14,15 @@ constexpr double tau = 2.0 * std::numbers::pi;
 constexpr double ringRadius = 220.0;
 constexpr int stoneCount = 12;
 
+// The city repeats after a block, so that the flight can go round.
+constexpr double block = 480.0;
+constexpr double lap = 8.0;
+constexpr int postPairs = 42;
+
+constexpr double postPlace(int pair) {
+    return -80.0 + pair * block / 12;
+}
+
 Vec onRing(double turns, double radius, double y) {
     return {radius * std::sin(turns * tau), y, radius * std::cos(turns * tau)};
 }
@@ -101,6 +110,19 @@ QbExportMesh makeStreet() {
     return mesh;
 }
 
+// The posts along both kerbs are one mesh: only what stands on them moves.
+QbExportMesh makePosts() {
+    QbExportMesh mesh;
+    for (int i = 0; i < postPairs; ++i) {
+        for (const float side : {-1.0f, 1.0f}) {
+            QbExportMesh post = makeBlock({2.4f, 16, 2.4f}, 1, 1);
+            qbMeshTransform(post, {side * 52, 0, static_cast<float>(postPlace(i))});
+            qbMeshAppend(mesh, post, 0);
+        }
+    }
+    return mesh;
+}
+
 QbExportMesh makeDiamond(float radius, float height) {
     QbExportMesh mesh = qbShapeRevolve({{0, -height / 2}, {radius, 0}, {0, height / 2}}, 4);
     qbMeshFlatNormals(mesh);
@@ -152,8 +174,8 @@ void addNightModels(Folder& folder) {
                .luminosity = 0.75f,
                .glow = 0.1f,
                .image = "street.jpg"}});
-    addModel(folder, "post", makeBlock({2.4f, 16, 2.4f}, 1, 1),
-             {{.name = "Post", .colour = violet, .diffuse = 0.8f, .luminosity = 0.1f}});
+    addModel(folder, "posts", makePosts(),
+             {{.name = "Posts", .colour = violet, .diffuse = 0.8f, .luminosity = 0.1f}});
     addModel(folder, "bar", makeBlock({3.6f, 7, 3.6f}, 1, 1),
              {{.name = "Bar", .colour = amber, .diffuse = 0.1f, .luminosity = 1.0f, .glow = 0.7f}});
     addModel(folder, "streak", qbShapeBox({2.2f, 1.4f, 34}),
@@ -272,10 +294,7 @@ void makeStonesShot(Folder& folder) {
     saveShot(shot);
 }
 
-// --- the city: everything repeats after `block`, so that the flight can go round --------------------------
-
-constexpr double block = 480.0;
-constexpr double lap = 8.0;
+// --- the city ---------------------------------------------------------------------------------------
 
 void addTowers(Shot& shot) {
     for (int i = 0; i < 22; ++i) {
@@ -298,11 +317,10 @@ void addTowers(Shot& shot) {
     }
 }
 
-void addPosts(Shot& shot) {
-    for (int i = 0; i < 36; ++i) {
+void addBars(Shot& shot) {
+    for (int i = 0; i < postPairs; ++i) {
         for (const double side : {-1.0, 1.0}) {
-            const double z = -80.0 + i * block / 12;
-            placeAt(shot, "post", {side * 52, 0, z});
+            const double z = postPlace(i);
             QbExportMotion& motion = place(shot, "bar").motion;
             qbExportSetPosition(motion, toFloats({side * 52, 16, z}));
             const double weight = 0.5 + 1.0 * hash01(i % 12, side > 0 ? 1 : 0, 46);
@@ -345,8 +363,9 @@ void makeCityShot(Folder& folder) {
         qbExportSetScale(motion, {0.4f, 0.4f, 0.4f});
     }
     placeAt(shot, "street", {0, 0, 900});
+    placeAt(shot, "posts", {0, 0, 0});
     addTowers(shot);
-    addPosts(shot);
+    addBars(shot);
     addTraffic(shot);
     addLamp(
         shot, "Ahead", coral, 700,

@@ -99,22 +99,23 @@ void addStoneModels(Folder& folder) {
              QB_EXPORT_X_TEXT);
 }
 
+// Everything turns in whole rounds of eight seconds, the city's lap.
 void placeSpark(Shot& shot, const Path& path, double period, double size, float range, const Curve& power) {
     const auto heart = [=](double s) { return size * (0.85 + 0.4 * beatPulse(s, period, 0.22)); };
     QbExportMotion& core = place(shot, "spark").motion;
     movePosition(shot, core, path);
-    moveRotation(shot, core, [](double s) { return Vec{s * 70, s * 40, 0}; });
+    moveRotation(shot, core, [](double s) { return Vec{s * 90, s * 45, 0}; });
     moveScale(shot, core, [&](double s) { return Vec{heart(s), heart(s), heart(s)}; });
     QbExportMotion& rays = place(shot, "spark", 2).motion;
     movePosition(shot, rays, path);
-    moveRotation(shot, rays, [](double s) { return Vec{s * -37, 20 * std::sin(s), s * 23}; });
+    moveRotation(shot, rays, [](double s) { return Vec{s * -45, 20 * std::sin(s * tau / 8), s * 45}; });
     moveScale(shot, rays, [&](double s) {
         const double reach = heart(s) * (0.55 + 0.65 * beatPulse(s, period, 0.3));
         return Vec{reach, reach, reach};
     });
     surfaceOf(shot, "spark", 0).shaderParams = {
         {"Pulse", qbExportBySeconds(shot.scene, [=](double s) { return beatPulse(s, period, 0.3); })},
-        {"Heat", qbExportBySeconds(shot.scene, [](double s) { return 0.6 + 0.2 * std::sin(s * 1.3); })}};
+        {"Heat", qbExportBySeconds(shot.scene, [](double s) { return 0.6 + 0.2 * std::sin(s * tau / 4); })}};
     addLamp(shot, "Spark Light", gold, range, path,
             [&](double s) { return power(s) * (0.66 + 0.34 * beatPulse(s, period, 0.35)); });
 }

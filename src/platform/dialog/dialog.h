@@ -1,7 +1,7 @@
 #pragma once
 
 // The program's own windows: message box, file chooser, the "Screen Mode" dialog.
-// Without a display each returns at once, as if the user had closed it.
+// Without a display each returns at once, as if the user had closed it, after one line on the error stream.
 
 // One filter of the file dialog: what the user reads, and patterns separated by ';'.
 struct QbFileFilter {

@@ -172,9 +172,8 @@ static bool isSilent(GstElement* sink) {
     GValue item = G_VALUE_INIT;
     bool silent = false;
     while (gst_iterator_next(children, &item) == GST_ITERATOR_OK) {
-        const GstElement* child = GST_ELEMENT(g_value_get_object(&item));
-        silent = silent || strcmp(GST_OBJECT_NAME(gst_element_get_factory(const_cast<GstElement*>(child))),
-                                  "fakesink") == 0;
+        GstElementFactory* factory = gst_element_get_factory(GST_ELEMENT(g_value_get_object(&item)));
+        silent = silent || (factory && strcmp(GST_OBJECT_NAME(factory), "fakesink") == 0);
         g_value_reset(&item);
     }
     g_value_unset(&item);

@@ -120,13 +120,6 @@ inline uint32_t fillWindow(const uint8_t* body, uint32_t end, Cursor& cursor, ui
     return filled;
 }
 
-// Channels lie far apart, so that what the next window needs would each time come from main memory.
-inline void prefetchAhead(const uint8_t* body, uint32_t end, const Cursor& cursor, uint32_t index) {
-    const uint32_t at = std::min(cursor.values + (index - cursor.first) * VALUE_SIZE, cursor.next);
-    __builtin_prefetch(body + std::min(at + 64, end));
-    __builtin_prefetch(body + std::min(at + 128, end));
-}
-
 // Moves the window so that it begins with a sample, and empties it when the channel has no value for that
 // one.
 [[gnu::noinline]] void moveWindow(const qbMemoryFile& image, const QbChannelRef& channel, uint32_t index) {
@@ -149,7 +142,6 @@ inline void prefetchAhead(const uint8_t* body, uint32_t end, const Cursor& curso
     Cursor cursor = isBehind ? Cursor{} : cursorOf(place);
     const uint8_t* body = image.data + channel.vals;
     const uint32_t filled = fillWindow(body, place.end, cursor, index + kept, window, kept);
-    prefetchAhead(body, place.end, cursor, index + filled);
     keepCursor(place, cursor);
     place.windowFirst = index;
     place.windowCount = static_cast<uint8_t>(filled);

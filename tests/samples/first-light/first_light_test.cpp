@@ -130,6 +130,23 @@ TEST_F(FirstLight, EveryNamedFileIsThere) {
     EXPECT_TRUE(fs::exists(show / "loading.png"));
 }
 
+// All scenes of a show are loaded at once; their objects share 999 ids, from 1.
+TEST_F(FirstLight, ObjectsFitTheIds) {
+    int32_t objects = 0;
+    const auto add = [&objects](const char* directory, const char* fileName) {
+        const Scene scene = fileName[0] != '\0' ? openScene(directory, fileName) : Scene();
+        if (scene) objects += scene->objectInfo->count(scene.get());
+    };
+    for (int32_t i = 0; i < demo->partCount; i++) {
+        const QbDemoPart& part = demo->parts[i];
+        add(part.directory, part.filename);
+        for (int32_t k = 0; k < part.extraCount; k++)
+            add(part.extras[k].directory, part.extras[k].filename);
+    }
+    EXPECT_GT(objects, 500);
+    EXPECT_LE(objects, 999);
+}
+
 // The second lap of the street begins where the first one ends.
 TEST_F(FirstLight, CityGoesRoundWithoutASeam) {
     const Scene scene = openScene("night", "city.quab");
