@@ -5,7 +5,6 @@
 
 #include <bit>
 #include <cstdint>
-#include <deque>
 #include <string>
 #include <vector>
 
@@ -72,6 +71,7 @@ struct TestScene {
     QbChannelRef constant(float value) { return add(vrun(101, value)); }
 
     const QbScene* scene() {
+        image.shrink_to_fit(); // a read behind the image is then one behind the buffer
         if (!record.file) record.file = qbFileOpenMemory(image.data(), static_cast<int32_t>(image.size()));
         return &record;
     }
