@@ -16,7 +16,8 @@
 bool qbPathResolve(const char* name, std::string& found);
 
 // Opens what `name` means, with the C library's mode; names to be written resolve their directory only.
-// Null when it does not open (a directory never does). The caller closes it.
+// Null when it does not open (directories never do, and for reading only plain files do). The caller closes
+// it.
 std::FILE* qbPathOpen(const char* name, const char* mode);
 
 // The name with its extension: "xport/ville.quab" gives "ville.quab". 256 characters at most.

@@ -12,11 +12,6 @@ bool qbSystemExists(const std::string& name) {
     return stat(name.c_str(), &info) == 0;
 }
 
-bool qbSystemIsDirectory(const std::string& name) {
-    struct stat info;
-    return stat(name.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
-}
-
 bool qbSystemIsAbsolute(const std::string& name) {
     return !name.empty() && name[0] == '/';
 }
@@ -34,9 +29,16 @@ std::vector<std::string> qbSystemList(const std::string& directory) {
 }
 
 std::FILE* qbSystemOpen(const std::string& name, const char* mode) {
+    struct stat info = {};
+    const bool exists = stat(name.c_str(), &info) == 0;
     // fopen accepts a directory for reading; only the reads would fail.
-    if (qbSystemIsDirectory(name)) {
+    if (exists && S_ISDIR(info.st_mode)) {
         errno = EISDIR;
+        return nullptr;
+    }
+    // And it waits without end for somebody to write to a pipe.
+    if (exists && mode[0] == 'r' && !S_ISREG(info.st_mode)) {
+        errno = EINVAL;
         return nullptr;
     }
     return fopen(name.c_str(), mode);

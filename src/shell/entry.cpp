@@ -71,7 +71,7 @@ static Arguments scanArguments(int argc, char** argv) {
             if (arguments.file == nullptr) arguments.file = word;
         } else if (std::strcmp(word, "-framestart") == 0) {
             arguments.view.flags |= QB_VIEW_FRAME_START;
-            if (i + 1 < argc) arguments.view.frameStart = parseInt(argv[++i]);
+            arguments.view.frameStart = i + 1 < argc ? parseInt(argv[++i]) : 0;
         } else if (std::strcmp(word, "-paused") == 0) {
             arguments.view.flags |= QB_VIEW_PAUSED;
         } else if (std::strcmp(word, "-ride") == 0) {
@@ -96,6 +96,12 @@ static Mode chooseMode(const char* file) {
     if (std::strstr(file, ".quab") != nullptr) return Mode::Scene;
     if (std::strstr(file, ".x") != nullptr) return Mode::Object;
     return Mode::None;
+}
+
+// Where nobody can see a box, the line on the error stream is all there is.
+static void showMessage(const char* text) {
+    static const bool hasDisplay = qbProcessHasDisplay() != 0;
+    if (hasDisplay) qbMessageBox(text);
 }
 
 static const char* askFile() {
@@ -160,7 +166,7 @@ static int convert(int argc, char** argv) {
 int qbMain(int argc, char** argv) {
     qbProcessStart(argc, argv);
     const Arguments scanned = scanArguments(argc, argv);
-    qbMessageSetSink(scanned.unattended ? nullptr : qbMessageBox);
+    qbMessageSetSink(scanned.unattended ? nullptr : showMessage);
 
     if (argc > 1 && std::strcmp(argv[1], "-binary") == 0) return convert(argc, argv);
     if (argc == 4 && std::strcmp(argv[1], "-demoexe") == 0) {
@@ -177,6 +183,10 @@ int qbMain(int argc, char** argv) {
     }
     Arguments arguments = scanned;
     std::string file; // the dialog's buffer is not ours to keep
+    if (arguments.file == nullptr && arguments.unattended) {
+        qbMessage("No file is named, and --unattended asks for none: name a script, a scene or a mesh.");
+        return -1;
+    }
     if (arguments.file == nullptr) {
         const char* chosen = askFile();
         if (chosen == nullptr) return -1;

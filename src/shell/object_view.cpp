@@ -80,9 +80,9 @@ static bool zoomByKeys(Turntable* view) {
 static void animate(const Turntable* view) {
     if (view->frames <= 1) return;
     const int time = qbEngineTime() - view->startTime;
-    const int cycle = static_cast<int>(static_cast<long long>(view->frames) * 1000 / VIEW_FPS);
-    qbObjectSetFrame(VIEW_OBJECT,
-                     static_cast<float>((time % cycle) * static_cast<double>(VIEW_FPS) / 1000.0));
+    const long long cycle = static_cast<long long>(view->frames) * 1000 / VIEW_FPS;
+    const auto elapsed = static_cast<double>(time % cycle); // milliseconds
+    qbObjectSetFrame(VIEW_OBJECT, static_cast<float>(elapsed * double{VIEW_FPS} / 1000.0));
 }
 
 static void prepare(Turntable* view) {

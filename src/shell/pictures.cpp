@@ -8,7 +8,7 @@
 #include "scene/runtime/slots.h"
 
 #include <algorithm>
-#include <cstdint>
+#include <cinttypes>
 #include <cstdio>
 #include <filesystem>
 #include <irrlicht/irrlicht.h>
@@ -21,7 +21,8 @@ enum {
     VIEW_SPAN_SCENE = 12000, // at most, of a long scene
     VIEW_SCENE_SLOT = 1,
     SHEET_COLUMNS = 3,
-    SHEET_WIDTH = 320, // of one picture, pixels
+    SHEET_WIDTH = 320,       // of one picture, pixels
+    SHEET_HEIGHT_MAX = 1280, // likewise; taller pictures are squeezed
     SHEET_GAP = 8,
 };
 
@@ -60,9 +61,14 @@ static std::string format(const char* text, Args... args) {
 
 // --- what to take, and when -------------------------------------------------------------------------------
 
+// On the timeline's clock, milliseconds. A script may hold any times: differences are taken wider.
+static int64_t startOf(const QbDemoPart& part) {
+    return part.timeReset != 0 ? 0 : part.time;
+}
+
 static std::string describePart(const QbDemo* demo, int index, int elapsed) {
     const QbDemoPart& part = demo->parts[index];
-    std::string text = format("part %d at %d ms", index + 1, elapsed - (part.timeReset != 0 ? 0 : part.time));
+    std::string text = format("part %d at %" PRId64 " ms", index + 1, elapsed - startOf(part));
     text += part.filename[0] != '\0' ? format(": scene %s", part.filename)
                                      : std::string(": the scene before goes on");
     for (int i = 0; i < part.extraCount; ++i) {
@@ -79,8 +85,8 @@ static std::string describePart(const QbDemo* demo, int index, int elapsed) {
 // A part's picture is due half-way between its own start and the next part's.
 static void watchDemo(const QbDemo* demo, int index, int elapsed) {
     if (index < 0 || index == state.lastPart || index + 1 >= demo->partCount) return;
-    const int start = demo->parts[index].timeReset != 0 ? 0 : demo->parts[index].time;
-    const int middle = start + (demo->parts[index + 1].time - start) / 2;
+    const int64_t start = startOf(demo->parts[index]);
+    const int64_t middle = start + (demo->parts[index + 1].time - start) / 2;
     if (elapsed < middle) return;
     state.lastPart = index;
     state.armedName = format("part-%02d-at-%06dms.png", index + 1, elapsed);
@@ -93,6 +99,8 @@ static int viewSpan() {
 }
 
 static void watchView() {
+    // The viewer's last frames show that its scene is gone.
+    if (state.job == QB_PICTURES_SCENE && qbSceneObjectCount(VIEW_SCENE_SLOT) < 0) return;
     if (state.viewStart < 0) state.viewStart = qbEngineTime();
     if (state.viewTaken == VIEW_PICTURES) return;
     const int elapsed = qbEngineTime() - state.viewStart;
@@ -106,13 +114,12 @@ static void watchView() {
 
 static void take() {
     Picture picture;
+    picture.name.swap(state.armedName);
+    picture.what.swap(state.armedWhat);
+    if (state.directory.empty()) return;
     qbEngineFrameSize(&picture.width, &picture.height);
     const size_t size = static_cast<size_t>(picture.width) * static_cast<size_t>(picture.height) * 3;
     picture.rgb.resize(size);
-    picture.name.swap(state.armedName);
-    picture.what.swap(state.armedWhat);
-    state.armedName.clear();
-    if (state.directory.empty()) return;
     if (qbEngineReadPixels(picture.rgb.data(), static_cast<uint32_t>(size), &picture.width,
                            &picture.height) != 0)
         return;
@@ -152,11 +159,16 @@ static int writePictures() {
     return 0;
 }
 
+// Of one picture on the sheet, in the proportion of the first.
+static uint32_t sheetHeight() {
+    const Picture& first = state.taken[0];
+    const int height = SHEET_WIDTH * first.height / std::max(1, first.width);
+    return static_cast<uint32_t>(std::clamp<int>(height, 1, SHEET_HEIGHT_MAX));
+}
+
 static int writeSheet() {
     const auto count = static_cast<uint32_t>(state.taken.size());
-    const uint32_t height = static_cast<uint32_t>(SHEET_WIDTH) *
-                            static_cast<uint32_t>(state.taken[0].height) /
-                            static_cast<uint32_t>(std::max(1, state.taken[0].width));
+    const uint32_t height = sheetHeight();
     const uint32_t columns = std::min<uint32_t>(count, SHEET_COLUMNS);
     const uint32_t rows = (count + columns - 1) / columns;
     const irr::core::dimension2du size(columns * (SHEET_WIDTH + SHEET_GAP) + SHEET_GAP,

@@ -7,6 +7,7 @@
 #include "scene/format/tables.h"
 #include "scene/runtime/slots.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -15,11 +16,12 @@ enum { VIEW_SLOT = 1, VIEW_NAME_MAX = 256 };
 
 namespace {
 
-// The transport: a clock zero while running, a position while paused. Milliseconds.
+// The transport: a clock zero while running, a position while paused. Milliseconds, wide enough to seek past
+// either end of the longest scene.
 struct Transport {
-    int base = 0;
-    int pausedTime = 0;
-    int lastPausedTime = -1; // no position, so that a paused start shows its frame
+    int64_t base = 0;
+    int64_t pausedTime = 0;
+    int64_t lastPausedTime = -1; // no position, so that a paused start shows its frame
     bool paused = false;
     bool loop = false;
     bool enterHeld = false;
@@ -44,13 +46,15 @@ static bool wantsBinary(const std::string& name, uint32_t flags) {
     return (flags & QB_VIEW_BINARY) != 0 && name.find("ini.bin") == std::string::npos;
 }
 
+static int loadFailed() {
+    qbMessage("Failed to load scene");
+    return -1;
+}
+
 // Converts without a device: the scene's record is all that a save needs.
 static int convertOnly(const std::string& name, uint32_t flags) {
     QbSceneHandle* scene = qbSceneOpen(name.c_str());
-    if (scene == nullptr) {
-        qbMessage("Failed to load scene");
-        return -1;
-    }
+    if (scene == nullptr) return loadFailed();
     int result = 0;
     if (wantsBinary(name, flags)) {
         const std::string output = name + ".bin";
@@ -87,6 +91,12 @@ static bool pressed(uint8_t down, bool* held) {
     return edge;
 }
 
+// The position of this frame; below zero only in a scene that ends before it begins.
+static int positionNow(const Transport* view, int duration) {
+    const int64_t position = view->paused ? view->pausedTime : qbEngineTime() - view->base;
+    return static_cast<int>(std::clamp<int64_t>(position, INT32_MIN, duration));
+}
+
 static void togglePause(Transport* view, int position, int duration) {
     view->paused = !view->paused;
     if (view->paused) {
@@ -117,13 +127,13 @@ static void seek(Transport* view, int duration) {
 // Running past an end of the scene stops there, or turns round in a loop with the overrun carried over.
 static void meetEnds(Transport* view, int duration) {
     if (view->paused) return;
-    const int now = qbEngineTime();
+    const int64_t now = qbEngineTime();
     if (now < view->base) {
         view->base = now;
         view->paused = true;
         view->pausedTime = 0;
     }
-    const int elapsed = now - view->base;
+    const int64_t elapsed = now - view->base;
     if (elapsed < duration) return;
     if (view->loop) {
         view->base = now - (elapsed - duration);
@@ -145,8 +155,7 @@ static void showPosition(int position) {
 
 static void playFrame(Transport* view) {
     const int duration = qbSceneDurationMs(VIEW_SLOT);
-    int position = view->paused ? view->pausedTime : qbEngineTime() - view->base;
-    if (position >= duration) position = duration;
+    const int position = positionNow(view, duration);
 
     // A still picture costs no update.
     if (!view->paused || view->pausedTime != view->lastPausedTime) qbSceneUpdate(VIEW_SLOT, position);
@@ -183,15 +192,13 @@ int qbSceneView(const char* path, const QbViewOptions* options) {
     const std::string name = qbBaseName(path);
     const std::string directory = qbDirName(path);
     if (!fits(name, "name") || !fits(directory, "directory")) return -1;
-    qbSetDirectory(directory.c_str());
+    // From the wrong directory another scene of that name could be taken.
+    if (qbSetDirectory(directory.c_str()) != 0) return loadFailed();
 
     if (isConvertOnly) return convertOnly(name, flags);
 
     qbSceneSetReportLoadErrors(1);
-    if (qbSceneLoad(name.c_str(), VIEW_SLOT, 1, 0, 0, 0, directory.c_str(), 0) != 0) {
-        qbMessage("Failed to load scene");
-        return -1;
-    }
+    if (qbSceneLoad(name.c_str(), VIEW_SLOT, 1, 0, 0, 0, directory.c_str(), 0) != 0) return loadFailed();
     if (wantsBinary(name, flags)) {
         const std::string output = name + ".bin";
         if (qbSceneSaveBinary(VIEW_SLOT, output.c_str()) != 0)

@@ -81,6 +81,7 @@ static int askSetup(QbSetup* setup) {
 int qbSetupOpen(const char* fileName, int allowDialog, int ride) {
     QbSetup setup;
     setup.ride = ride;
+    setupFileRead = 0;
 
     const char* found = qbFindFile(fileName);
     dictionary* ini = qbFileExists(found) != 0 ? qbIniLoad(found) : nullptr;

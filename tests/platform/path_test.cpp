@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <memory>
+#include <sys/stat.h>
 
 namespace {
 
@@ -86,6 +87,13 @@ TEST_F(Path, OpensForReading) {
     EXPECT_EQ(qbFileExists("DATA/A.TXT"), 1);
     EXPECT_EQ(qbFileExists("data"), 0);
     EXPECT_EQ(qbFileExists("data/b.txt"), 0);
+}
+
+TEST_F(Path, WaitsForNoPipe) {
+    ASSERT_EQ(mkfifo("pipe", 0600), 0);
+    EXPECT_FALSE(opens("pipe", "rb"));
+    EXPECT_FALSE(opens("PIPE", "r"));
+    EXPECT_EQ(qbFileExists("pipe"), 0);
 }
 
 TEST_F(Path, WritingResolvesTheDirectoryAndKeepsTheName) {

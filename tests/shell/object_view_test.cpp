@@ -189,6 +189,9 @@ TEST_F(ObjectView, AnimationLoopsAtThirtyFramesASecond) {
     world.frameCount = 10; // 333 ms a turn
     EXPECT_EQ(view({[] { world.now = 100; }, [] { world.now = 332; }, [] { world.now = 333; }}),
               (Strings{"frame 3", "frame 9.96", "frame 0"}));
+    world = World();
+    world.frameCount = 200000000; // a turn of 77 days
+    EXPECT_EQ(view({[] { world.now = 2000000000; }}), (Strings{"frame 6e+07"}));
 }
 
 TEST_F(ObjectView, SleepsInTheBackground) {

@@ -183,9 +183,19 @@ TEST_F(Program, WithoutADisplayItSaysSoAndEnds) {
     for (const char* file : {"some.demo.ini", "some.quab", "some.x"}) {
         const Result result = run({file}, false);
         EXPECT_EQ(result.status, 255) << file;
-        EXPECT_NE(result.err.find("display"), std::string::npos) << result.err;
+        // Nothing of boxes that nobody could see.
+        EXPECT_EQ(result.err,
+                  "fails to createDevice\n"
+                  "there is no display: start a desktop session, or set DISPLAY to an X server\n");
     }
     EXPECT_EQ(run({}, false).status, 255); // no file, and nobody to ask
+}
+
+TEST_F(Program, UnattendedItAsksForNothing) {
+    const Result result = run({"--unattended"});
+    EXPECT_EQ(result.status, 255);
+    EXPECT_EQ(result.err,
+              "No file is named, and --unattended asks for none: name a script, a scene or a mesh.\n");
 }
 
 TEST_F(Program, AnUnknownNameOpensAndClosesAWindow) {
@@ -214,6 +224,21 @@ TEST_F(Program, PlaysAScriptMadeOnWindows) {
     EXPECT_EQ(pictures[0].at(330, 240), 0xFFFFFFU);
     EXPECT_EQ(pictures[1].at(5, 5), 0x0000FFU); // faded out to blue
     EXPECT_TRUE(fs::exists(root / "shots" / "contact-sheet.png"));
+}
+
+TEST_F(Program, TakesPicturesOfAPartThatBeganLongAgo) {
+    writeText("long.demo.ini", "[part.1]\ntime=-2147483648\n[part.2]\ntime=300\n");
+    const Result result = run({"--unattended", "--pictures=shots", "long.demo.ini"});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(readPictures(root / "shots").size(), 1U);
+    EXPECT_NE(result.out.find("part 1 at 21474"), std::string::npos) << result.out;
+}
+
+TEST_F(Program, ANarrowWindowHasAContactSheetToo) {
+    writeText("quab-setup.ini", "[Setup]\ndisplay=1 16384 32\n");
+    writeText("a.demo.ini", "[part.1]\ntime=0\n[part.2]\ntime=300\n");
+    EXPECT_EQ(run({"--unattended", "--pictures=shots", "a.demo.ini"}).status, 0);
+    EXPECT_EQ(readPng(root / "shots" / "contact-sheet.png").height, 8 + 1280 + 8);
 }
 
 TEST_F(Program, WhatIsMissingIsNamed) {
@@ -257,6 +282,20 @@ TEST_F(Program, SceneViewerObeysItsKeys) {
     // Frame 25 stands at 20 units; the end of the scene at 80, where the box has left the middle.
     EXPECT_EQ(pictures[0].at(345, 240), 0xFFFFFFU);
     EXPECT_EQ(pictures[3].at(345, 240), 0x0000FFU);
+}
+
+TEST_F(Program, TakesNoPictureOfAnEmptiedScene) {
+    writeBox(root / "box.layer1.x", {1, 1, 1});
+    writeScene(root / "box.quab", "box", {0, 0, 1});
+    const pid_t child = start({"--pictures=shots", "-paused", "box.quab"});
+    ASSERT_TRUE(waitForWindow());
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    xdotool("key Escape");
+    EXPECT_EQ(finish(child).status, 0);
+    const std::vector<Image> pictures = readPictures(root / "shots");
+    EXPECT_FALSE(pictures.empty());
+    for (const Image& picture : pictures)
+        EXPECT_EQ(picture.at(320, 240), 0xFFFFFFU);
 }
 
 TEST_F(Program, ObjectViewerTurnsByMouseAndKeys) {

@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <gtest/gtest.h>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,7 @@ struct World {
     int now = 0;
     int load = 0, open = 0, save = 0;
     int firstFrame = 10, lastFrame = 110, framesPerSecond = 25;
+    std::optional<int> duration; // in place of what the frames give
     bool active = true;
     bool enter = false, space = false, shift = false, left = false, right = false;
     std::vector<std::function<void()>> frames; // what the user and the clock do before each frame
@@ -111,6 +113,7 @@ void qbSceneUpdate(int slot, int32_t time) {
     world.updates.push_back(time);
 }
 int qbSceneDurationMs(int) {
+    if (world.duration) return *world.duration;
     return world.framesPerSecond == 0 ? 0
                                       : (world.lastFrame - world.firstFrame) * 1000 / world.framesPerSecond;
 }
@@ -200,8 +203,8 @@ TEST_F(SceneView, ArrowsSeekWhileRunningAndWhilePaused) {
 
 TEST_F(SceneView, SeekingBackPastTheStartPausesAtZero) {
     play({at(0), key(5, &World::left, true), at(6), at(7)});
-    // 5 ms - 10 ms lies before the start. The picture stays, since a position of 0 is nothing new to the pause; held
-    // down, the key can not leave 0.
+    // 5 ms - 10 ms lies before the start. The picture stays, since a position of 0 is nothing new to the
+    // pause; held down, the key can not leave 0.
     EXPECT_EQ(world.updates, (Ints{0, 5}));
     EXPECT_EQ(world.texts[2], "Frame=10.00 time=0mn0sec0 millisec=0");
 }
@@ -221,6 +224,26 @@ TEST_F(SceneView, StartFrames) {
     world.framesPerSecond = 0;
     play({at(0), at(50)}, QB_VIEW_FRAME_START, 40);
     EXPECT_EQ(world.texts[1], "Frame=10.00 time=0mn0sec0 millisec=0");
+}
+
+TEST_F(SceneView, SeeksPastTheEndsOfTheLongestScene) {
+    for (const uint32_t flags : {0U, uint32_t{QB_VIEW_PAUSED}}) {
+        world = World();
+        world.duration = INT32_MAX;
+        world.right = world.shift = true;
+        play({at(1000), at(1000), at(1000)}, flags | QB_VIEW_FRAME_START, INT32_MAX);
+        EXPECT_EQ(world.updates.front(), INT32_MAX) << flags;
+        EXPECT_EQ(world.updates.back(), INT32_MAX) << flags;
+    }
+    // Last frame before the first: nothing to play, but nothing to fall over either.
+    for (const bool loop : {false, true}) {
+        world = World();
+        world.duration = INT32_MIN;
+        world.enter = loop;
+        world.left = world.shift = true;
+        play({at(1000), at(1000), at(1000)});
+        EXPECT_EQ(world.updates.front(), INT32_MIN) << loop;
+    }
 }
 
 TEST_F(SceneView, PausedShowsOnePictureAndSleepsInTheBackground) {
@@ -253,6 +276,16 @@ TEST_F(SceneView, AFailedLoadShowsNothing) {
     play({at(0)});
     EXPECT_EQ(world.messages, (std::vector<std::string>{"Failed to load scene"}));
     EXPECT_EQ(world.drawn, 0);
+}
+
+TEST_F(SceneView, ADirectoryThatIsNotThereIsNotTheCurrentOne) {
+    for (const uint32_t flags : {0U, uint32_t{QB_VIEW_BINARY | QB_VIEW_CONVERT_ONLY}}) {
+        world = World();
+        const QbViewOptions options = {flags, 0};
+        EXPECT_EQ(qbSceneView("nowhere/walk.quab", &options), -1);
+        EXPECT_EQ(world.messages, (std::vector<std::string>{"Failed to load scene"}));
+        EXPECT_TRUE(world.calls.empty());
+    }
 }
 
 TEST_F(SceneView, ConvertingNeedsNoEngine) {

@@ -95,6 +95,11 @@ TEST_F(Setup, TheFileFillsTheRecord) {
     EXPECT_EQ(qbSetupShaders(), 1);
     EXPECT_EQ(qbSetupFileRead(), 1);
     EXPECT_EQ(dialogShown, 0);
+
+    std::filesystem::remove("quab-setup.ini");
+    EXPECT_EQ(qbSetupOpen("quab-setup.ini", 0, -1), 0);
+    EXPECT_EQ(qbSetupFileRead(), 0);
+    EXPECT_EQ(qbSetupShaders(), 0);
 }
 
 TEST_F(Setup, WhatDoesNotScanStays) {

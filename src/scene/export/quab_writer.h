@@ -257,8 +257,8 @@ template <class Value>
 QbExportChannel qbExportByFrame(const QbExportScene& scene, Value value) {
     QbExportChannel channel;
     channel.samples.reserve(qbExportFrameCount(scene));
-    for (int32_t frame = scene.frameStart; channel.samples.size() < qbExportFrameCount(scene); frame++)
-        channel.samples.push_back(static_cast<float>(value(frame)));
+    for (int64_t frame = scene.frameStart; frame <= scene.frameEnd; frame++)
+        channel.samples.push_back(static_cast<float>(value(static_cast<int32_t>(frame))));
     return channel;
 }
 

@@ -1,4 +1,5 @@
 #include "scene/format/channel.h"
+#include "scene/format/tables.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -23,6 +24,17 @@ namespace {
 // square of their number. Of several groups with one name the first stays.
 using GroupIndex = std::unordered_map<std::string_view, const QbChannelGroup*>;
 using SceneObjectIndex = std::unordered_map<std::string_view, const QbSceneObject*>;
+using ChannelIndex = std::unordered_map<std::string_view, uint32_t>;
+
+// Groups with more channels are indexed: many items may share one group and would search it again and again.
+constexpr int32_t CHANNELS_SEARCHED_MAX = 64;
+
+// What was indexed during one binding. The inner maps are made when a group is first asked for.
+struct Lookup {
+    GroupIndex groups; // at the top level
+    std::unordered_map<const QbChannelGroup*, GroupIndex> children;
+    std::unordered_map<const QbChannelGroup*, ChannelIndex> channels;
+};
 
 constexpr const char* MOTION_NAMES[9] = {"Position.X", "Position.Y", "Position.Z", "Rotation.H", "Rotation.P",
                                          "Rotation.B", "Scale.X",    "Scale.Y",    "Scale.Z"};
@@ -74,81 +86,97 @@ typename Index::mapped_type find(const Index& index, const char* name) {
     return found == index.end() ? nullptr : found->second;
 }
 
-const QbChannelGroup* findMotionGroup(const GroupIndex& groups, const char* itemName) {
-    return find(groups, (std::string("Quab.World:") + itemName).c_str());
+const QbChannelGroup* findMotionGroup(const Lookup& lookup, const char* itemName) {
+    return find(lookup.groups, (std::string("Quab.World:") + itemName).c_str());
 }
 
-void bind(QbChannelRef& channel, const QbChannelGroup* group, const char* name) {
+const GroupIndex& childIndex(Lookup& lookup, const QbChannelGroup& group) {
+    const auto [entry, isNew] = lookup.children.try_emplace(&group);
+    if (isNew) entry->second = indexGroups(childrenOf(group));
+    return entry->second;
+}
+
+uint32_t findChannel(Lookup& lookup, const QbChannelGroup* group, const char* name) {
+    if (!group || group->channelCount <= CHANNELS_SEARCHED_MAX) return qbFindChannel(group, name);
+    const auto [entry, isNew] = lookup.channels.try_emplace(group);
+    if (isNew)
+        for (const QbChannel& channel : std::span(group->channels, static_cast<size_t>(group->channelCount)))
+            if (channel.name) entry->second.emplace(channel.name, channel.vals);
+    const auto found = entry->second.find(name);
+    return found == entry->second.end() ? 0 : found->second;
+}
+
+void bind(Lookup& lookup, QbChannelRef& channel, const QbChannelGroup* group, const char* name) {
     channel = {};
-    channel.vals = qbFindChannel(group, name);
+    channel.vals = findChannel(lookup, group, name);
 }
 
-void bindThree(QbChannelRef* channels, const QbChannelGroup* group, const char* x, const char* y,
-               const char* z) {
-    bind(channels[0], group, x);
-    bind(channels[1], group, y);
-    bind(channels[2], group, z);
+void bindThree(Lookup& lookup, QbChannelRef* channels, const QbChannelGroup* group, const char* x,
+               const char* y, const char* z) {
+    bind(lookup, channels[0], group, x);
+    bind(lookup, channels[1], group, y);
+    bind(lookup, channels[2], group, z);
 }
 
-void bindMotion(QbMotionChannels& motion, const QbChannelGroup* group) {
+void bindMotion(Lookup& lookup, QbMotionChannels& motion, const QbChannelGroup* group) {
     for (size_t i = 0; i < std::size(MOTION_NAMES); i++)
-        bind(motion.channels[i], group, MOTION_NAMES[i]);
+        bind(lookup, motion.channels[i], group, MOTION_NAMES[i]);
 }
 
-void bindProcessing(QbProcessing& processing, const QbChannelGroup* global) {
-    bind(processing.colorSaturationChannel, global, "ColorSaturation");
-    bind(processing.glowIntensityChannel, global, "GlowIntensity");
-    bind(processing.glowRadiusChannel, global, "GlowRadius");
+void bindProcessing(Lookup& lookup, QbProcessing& processing, const QbChannelGroup* global) {
+    bind(lookup, processing.colorSaturationChannel, global, "ColorSaturation");
+    bind(lookup, processing.glowIntensityChannel, global, "GlowIntensity");
+    bind(lookup, processing.glowRadiusChannel, global, "GlowRadius");
 }
 
-void bindObject(QbObject& object, const GroupIndex& groups, const SceneObjectIndex& sceneObjects) {
+void bindObject(QbObject& object, Lookup& lookup, const SceneObjectIndex& sceneObjects) {
     if (!object.name) return;
     object.sceneObject = find(sceneObjects, object.fileName);
-    object.motionGroup = findMotionGroup(groups, object.name);
-    if (object.motionGroup) bindMotion(object.motion, object.motionGroup);
+    object.motionGroup = findMotionGroup(lookup, object.name);
+    if (object.motionGroup) bindMotion(lookup, object.motion, object.motionGroup);
 }
 
-void bindEmitter(QbEmitter& emitter, const GroupIndex& groups) {
+void bindEmitter(QbEmitter& emitter, Lookup& lookup) {
     if (!emitter.name) return;
-    emitter.motionGroup = findMotionGroup(groups, emitter.name);
-    if (emitter.motionGroup) bindMotion(emitter.motion, emitter.motionGroup);
+    emitter.motionGroup = findMotionGroup(lookup, emitter.name);
+    if (emitter.motionGroup) bindMotion(lookup, emitter.motion, emitter.motionGroup);
 }
 
-void bindLight(QbLight& light, const GroupIndex& groups) {
+void bindLight(QbLight& light, Lookup& lookup) {
     if (!light.name) return;
-    const QbChannelGroup* motion = findMotionGroup(groups, light.name);
+    const QbChannelGroup* motion = findMotionGroup(lookup, light.name);
     if (!motion) return;
-    bindMotion(light.motion, motion);
+    bindMotion(lookup, light.motion, motion);
 
-    light.group = find(groups, light.name);
+    light.group = find(lookup.groups, light.name);
     if (!light.group) return;
-    bind(light.rangeChannel, light.group, "Range");
-    bindThree(light.colorChannels, light.group, "Color.R", "Color.G", "Color.B");
-    bind(light.intensityChannel, light.group, "Intensity");
-    bind(light.coneAngleChannel, light.group, "ConeAngle");
-    bind(light.edgeAngleChannel, light.group, "EdgeAngle");
+    bind(lookup, light.rangeChannel, light.group, "Range");
+    bindThree(lookup, light.colorChannels, light.group, "Color.R", "Color.G", "Color.B");
+    bind(lookup, light.intensityChannel, light.group, "Intensity");
+    bind(lookup, light.coneAngleChannel, light.group, "ConeAngle");
+    bind(lookup, light.edgeAngleChannel, light.group, "EdgeAngle");
 }
 
-void bindLights(std::span<QbLight> lights, const GroupIndex& groups, const QbChannelGroup* global) {
+void bindLights(std::span<QbLight> lights, Lookup& lookup, const QbChannelGroup* global) {
     QbChannelRef ambient[3];
-    bindThree(ambient, global, "AmbientColor.R", "AmbientColor.G", "AmbientColor.B");
+    bindThree(lookup, ambient, global, "AmbientColor.R", "AmbientColor.G", "AmbientColor.B");
     for (QbLight& light : lights) {
         std::copy_n(ambient, 3, light.ambientChannels);
-        bindLight(light, groups);
+        bindLight(light, lookup);
     }
 }
 
-void bindCamera(QbCamera& camera, const GroupIndex& groups) {
+void bindCamera(QbCamera& camera, Lookup& lookup) {
     if (!camera.name) return;
-    const QbChannelGroup* motion = findMotionGroup(groups, camera.name);
+    const QbChannelGroup* motion = findMotionGroup(lookup, camera.name);
     if (!motion) return;
-    bindMotion(camera.motion, motion);
+    bindMotion(lookup, camera.motion, motion);
 
-    camera.group = find(groups, camera.name);
+    camera.group = find(lookup.groups, camera.name);
     if (!camera.group) return;
-    bind(camera.zoomChannel, camera.group, "ZoomFactor");
-    bind(camera.focalDistanceChannel, camera.group, "FocalDistance");
-    bind(camera.fStopChannel, camera.group, "FStop");
+    bind(lookup, camera.zoomChannel, camera.group, "ZoomFactor");
+    bind(lookup, camera.focalDistanceChannel, camera.group, "FocalDistance");
+    bind(lookup, camera.fStopChannel, camera.group, "FStop");
 }
 
 // What a node's name says behind its first colon: a blank and the exporter's instance number fall away.
@@ -164,7 +192,9 @@ void copyCut(char (&to)[size], std::string_view text) {
     to[length] = 0;
 }
 
-void addShaderParam(QbSurface& surface, const QbChannelGroup& node) {
+// Keeps as many as the tables give out: surfaces that share one group of nodes would multiply them.
+void addShaderParam(QbSurface& surface, Lookup& lookup, const QbChannelGroup& node) {
+    if (surface.shaderParamCount >= QB_SHADER_VALUE_PARAMS_MAX) return;
     const auto count = static_cast<size_t>(surface.shaderParamCount);
     void* grown = std::realloc(surface.shaderParams, (count + 1) * sizeof(QbShaderParam));
     if (!grown) return;
@@ -173,10 +203,10 @@ void addShaderParam(QbSurface& surface, const QbChannelGroup& node) {
     QbShaderParam& param = surface.shaderParams[count];
     param = {};
     copyCut(param.name, nodeText(node.name));
-    bind(param.channel, &node, "Scalar");
+    bind(lookup, param.channel, &node, "Scalar");
 }
 
-void bindShaderNode(QbSurface& surface, const QbChannelGroup& node) {
+void bindShaderNode(QbSurface& surface, Lookup& lookup, const QbChannelGroup& node) {
     const std::string_view name = node.name;
     if (name.starts_with("Shader:")) {
         copyCut(surface.shaderName, nodeText(name));
@@ -184,31 +214,32 @@ void bindShaderNode(QbSurface& surface, const QbChannelGroup& node) {
     }
     if (name.starts_with("ShaderVertexFunction:")) copyCut(surface.shaderVertexFunction, nodeText(name));
     if (name.starts_with("ShaderPixelFunction:")) copyCut(surface.shaderPixelFunction, nodeText(name));
-    if (name.starts_with("ShaderParam:")) addShaderParam(surface, node);
+    if (name.starts_with("ShaderParam:")) addShaderParam(surface, lookup, node);
 }
 
-void bindSurface(QbSurface& surface, const GroupIndex& groups) {
+void bindSurface(QbSurface& surface, Lookup& lookup, const GroupIndex& groups) {
     surface.group = find(groups, surface.name);
     if (!surface.group) return;
     for (const SurfaceChannels& row : SURFACE_CHANNELS)
         for (int i = 0; i < 3 && row.names[i]; i++)
-            bind(surface.params[row.slot].channels[i], surface.group, row.names[i]);
+            bind(lookup, surface.params[row.slot].channels[i], surface.group, row.names[i]);
 
     surface.nodesGroup = qbFindChildGroup(surface.group, "Nodes");
     if (!surface.nodesGroup) return;
     for (const QbChannelGroup& node : childrenOf(*surface.nodesGroup))
-        if (node.name) bindShaderNode(surface, node);
+        if (node.name) bindShaderNode(surface, lookup, node);
 }
 
-void bindSurfaces(std::span<QbSceneObject> sceneObjects, const QbChannelGroup* root) {
+void bindSurfaces(std::span<QbSceneObject> sceneObjects, Lookup& lookup) {
+    const QbChannelGroup* root = find(lookup.groups, "Surfaces");
     if (!root) return;
-    const GroupIndex objectGroups = indexGroups(childrenOf(*root));
+    const GroupIndex& objectGroups = childIndex(lookup, *root);
     for (QbSceneObject& object : sceneObjects) {
         const QbChannelGroup* group = find(objectGroups, object.name);
         if (!group) continue;
-        const GroupIndex surfaceGroups = indexGroups(childrenOf(*group));
+        const GroupIndex& surfaceGroups = childIndex(lookup, *group);
         for (QbSurface& surface : std::span(object.surfaces, static_cast<size_t>(object.surfaceCount)))
-            bindSurface(surface, surfaceGroups);
+            bindSurface(surface, lookup, surfaceGroups);
     }
 }
 
@@ -238,20 +269,20 @@ uint32_t qbFindChannel(const QbChannelGroup* group, const char* name) {
 }
 
 int qbSceneBindChannels(QbScene* scene) {
-    const GroupIndex groups = indexGroups({scene->groups, static_cast<size_t>(scene->groupCount)});
+    Lookup lookup;
+    lookup.groups = indexGroups({scene->groups, static_cast<size_t>(scene->groupCount)});
     const SceneObjectIndex sceneObjects = indexSceneObjects(*scene);
-    const QbChannelGroup* global = find(groups, "Global");
+    const QbChannelGroup* global = find(lookup.groups, "Global");
 
-    bind(scene->globals->cameraSelector, find(groups, "MC"), "CameraSelector");
-    bindProcessing(*scene->processing, global);
+    bind(lookup, scene->globals->cameraSelector, find(lookup.groups, "MC"), "CameraSelector");
+    bindProcessing(lookup, *scene->processing, global);
     for (QbObject& object : std::span(scene->objects, static_cast<size_t>(scene->objectCount)))
-        bindObject(object, groups, sceneObjects);
-    bindLights({scene->lights, static_cast<size_t>(scene->lightCount)}, groups, global);
+        bindObject(object, lookup, sceneObjects);
+    bindLights({scene->lights, static_cast<size_t>(scene->lightCount)}, lookup, global);
     for (QbCamera& camera : std::span(scene->cameras, static_cast<size_t>(scene->cameraCount)))
-        bindCamera(camera, groups);
-    bindSurfaces({scene->sceneObjects, static_cast<size_t>(scene->sceneObjectCount)},
-                 find(groups, "Surfaces"));
+        bindCamera(camera, lookup);
+    bindSurfaces({scene->sceneObjects, static_cast<size_t>(scene->sceneObjectCount)}, lookup);
     for (QbEmitter& emitter : std::span(scene->emitters, static_cast<size_t>(scene->emitterCount)))
-        bindEmitter(emitter, groups);
+        bindEmitter(emitter, lookup);
     return 0;
 }

@@ -181,7 +181,7 @@ inline SamplePair samplePair(const QbScene* scene, float time) {
 
     const int32_t low = std::min(static_cast<int32_t>(t), last);
     const float blend = t - static_cast<float>(low);
-    if (!(blend > 0.0f) || low == last) return {low, low, 0.0f};
+    if (!(blend > 0.0f)) return {low, low, 0.0f};
     return {low, low + 1, blend};
 }
 

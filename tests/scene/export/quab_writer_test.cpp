@@ -321,6 +321,16 @@ TEST(QuabWriter, FillsChannels) {
 }
 
 // Turning +Z by bank, pitch, heading must give the direction asked for.
+TEST(QuabWriter, FillsChannelsUpToTheLastFrameNumber) {
+    QbExportScene scene;
+    scene.frameStart = INT32_MAX - 1;
+    scene.frameEnd = INT32_MAX;
+    EXPECT_EQ(qbExportByFrame(scene, [](int32_t frame) { return frame - (INT32_MAX - 1); }).samples,
+              (std::vector<float>{0, 1}));
+    scene.frameEnd = INT32_MAX - 2;
+    EXPECT_TRUE(qbExportByFrame(scene, [](int32_t frame) { return frame; }).samples.empty());
+}
+
 TEST(QuabWriter, AimsAlongZ) {
     const std::array<float, 3> TARGETS[] = {{0, 0, 1}, {1, 0, 0}, {-3, 0, -4},
                                             {1, 2, 3}, {0, 5, 0}, {-1, -7, 2}};

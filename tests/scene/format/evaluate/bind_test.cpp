@@ -253,6 +253,46 @@ TEST_F(BindTest, BindsSurfacesAndTheirShaderNodes) {
     EXPECT_EQ(surfaces[3].group, nullptr);
 }
 
+TEST_F(BindTest, FindsTheSameInSmallAndInLargeGroups) {
+    for (const size_t others : {53u, 54u, 300u}) {
+        Group shared = {"Quab.World:Tree", motion(100)};
+        shared.channels.insert(shared.channels.begin(), {nullptr, 7u});
+        shared.channels.insert(shared.channels.begin(), others - 1, {"Other", 8u});
+        shared.channels.insert(shared.channels.end(), {{"Position.X", 900u}, {"Scale.X", 901u}});
+        objects = {named<QbObject>("Tree"), named<QbObject>("Tree")};
+        emitters = {named<QbEmitter>("Tree")};
+        bind({shared});
+        expectMotion(objects[0].motion, 100);
+        expectMotion(objects[1].motion, 100);
+        expectMotion(emitters[0].motion, 100);
+    }
+}
+
+TEST_F(BindTest, KeepsTheFirstShaderParametersThatFit) {
+    std::vector<std::string> names;
+    for (uint32_t i = 0; i < 11; i++)
+        names.push_back("ShaderParam:p" + std::to_string(i));
+    for (const size_t count : {10u, 11u}) {
+        Group nodes = {"Nodes"};
+        for (uint32_t i = 0; i < count; i++)
+            nodes.children.push_back({names[i].c_str(), {{"Scalar", 20 + i}}});
+        nodes.children.push_back({"Shader:last.hlsl"});
+        surfaces = {named<QbSurface>("S"), named<QbSurface>("S")};
+        sceneObjects = {named<QbSceneObject>("o")};
+        sceneObjects[0].surfaces = surfaces.data();
+        sceneObjects[0].surfaceCount = 2;
+        bind({{"Surfaces", {}, {{"o", {}, {{"S", {}, {nodes}}}}}}});
+        for (const QbSurface& surface : surfaces) {
+            ASSERT_EQ(surface.shaderParamCount, 10) << count;
+            EXPECT_STREQ(surface.shaderParams[9].name, "p9");
+            EXPECT_EQ(surface.shaderParams[9].channel.vals, 29u);
+            EXPECT_STREQ(surface.shaderName, "last.hlsl") << "the nodes behind still count";
+            std::free(surface.shaderParams);
+        }
+        surfaces.clear();
+    }
+}
+
 TEST_F(BindTest, CutsShaderNamesThatDoNotFit) {
     for (const size_t length : {63u, 64u}) {
         const std::string text(length, 's');
