@@ -37,3 +37,27 @@ target_link_libraries(qb_fltk INTERFACE ${QB_FLTK_A} Xrandr Xrender Xcursor Xfix
 pkg_check_modules(QB_GST REQUIRED IMPORTED_TARGET gstreamer-1.0)
 add_library(qb_gstreamer INTERFACE)
 target_link_libraries(qb_gstreamer INTERFACE PkgConfig::QB_GST)
+
+# The HLSL front end and the GLSL writer of the shader translation. The order is that of their use of one another.
+foreach(name glslang MachineIndependent GenericCodeGen OSDependent OGLCompiler HLSL SPIRV SPIRV-Tools-opt SPIRV-Tools
+             glslang-default-resource-limits spirv-cross-c spirv-cross-hlsl spirv-cross-msl spirv-cross-cpp
+             spirv-cross-reflect spirv-cross-glsl spirv-cross-core)
+    string(TOUPPER QB_${name}_A variable)
+    qb_static_library(${variable} ${name})
+endforeach()
+find_path(QB_GLSLANG_INCLUDE glslang/Public/ShaderLang.h REQUIRED)
+find_path(QB_SPIRV_CROSS_INCLUDE spirv_cross/spirv_cross_c.h REQUIRED)
+
+add_library(qb_glslang INTERFACE)
+target_link_libraries(qb_glslang INTERFACE
+    ${QB_SPIRV_A} ${QB_GLSLANG_A} ${QB_HLSL_A} ${QB_MACHINEINDEPENDENT_A} ${QB_HLSL_A} ${QB_GLSLANG_A} ${QB_OGLCOMPILER_A}
+    ${QB_OSDEPENDENT_A} ${QB_GENERICCODEGEN_A} ${QB_GLSLANG-DEFAULT-RESOURCE-LIMITS_A} ${QB_SPIRV-TOOLS-OPT_A}
+    ${QB_SPIRV-TOOLS_A} Threads::Threads)
+target_include_directories(qb_glslang SYSTEM INTERFACE ${QB_GLSLANG_INCLUDE})
+target_compile_definitions(qb_glslang INTERFACE ENABLE_HLSL)
+
+add_library(qb_spirv_cross INTERFACE)
+target_link_libraries(qb_spirv_cross INTERFACE
+    ${QB_SPIRV-CROSS-C_A} ${QB_SPIRV-CROSS-HLSL_A} ${QB_SPIRV-CROSS-MSL_A} ${QB_SPIRV-CROSS-CPP_A}
+    ${QB_SPIRV-CROSS-REFLECT_A} ${QB_SPIRV-CROSS-GLSL_A} ${QB_SPIRV-CROSS-CORE_A})
+target_include_directories(qb_spirv_cross SYSTEM INTERFACE ${QB_SPIRV_CROSS_INCLUDE})

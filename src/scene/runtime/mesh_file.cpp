@@ -1,19 +1,23 @@
 #include "scene/runtime/mesh_file.h"
 
+#include "engine/engine.h"
+#include "engine/x_guard.h"
 #include "platform/message.h"
 #include "platform/path.h"
 
 #include <array>
 #include <cctype>
 #include <cstdio>
+#include <irrlicht/irrlicht.h>
 #include <memory>
 #include <string_view>
 
-// A .x file begins with 16 characters: "xof ", version, format, bits of a float.
-//
-//   0      4      8      12
-//   "xof " "0303" "txt " "0032"
-enum { HEADER_SIZE = 16 };
+using irr::core::aabbox3df;
+using irr::core::matrix4;
+using irr::scene::IAnimatedMesh;
+using irr::scene::ISceneManager;
+using irr::scene::ISkinnedMesh;
+using irr::scene::SSkinMeshBuffer;
 
 bool qbMeshFileFind(const char* name, std::string& path) {
     if (!name || !*name) return false;
@@ -26,33 +30,83 @@ bool qbMeshFileFind(const char* name, std::string& path) {
     return !path.empty();
 }
 
+// --- reading ----------------------------------------------------------------------------------------------
+
 static bool hasXEnding(std::string_view path) {
     return path.size() >= 2 && path[path.size() - 2] == '.' && tolower(path.back()) == 'x';
 }
 
-static std::string readHeader(const char* path) {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(qbPathOpen(path, "rb"), &std::fclose);
-    std::array<char, HEADER_SIZE> header = {};
-    const size_t length = file ? fread(header.data(), 1, header.size(), file.get()) : 0;
-    return {header.data(), length};
+// Empty when it does not open. Ends somewhere behind the length that the check allows.
+static std::string readBytes(const std::string& path) {
+    std::array<char, 1 << 16> block;
+    std::string bytes;
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(qbPathOpen(path.c_str(), "rb"), &std::fclose);
+    while (file && bytes.size() <= QB_X_FILE_MAX) {
+        const size_t length = fread(block.data(), 1, block.size(), file.get());
+        if (length == 0) break;
+        bytes.append(block.data(), length);
+    }
+    return bytes;
 }
 
-bool qbMeshFileCheck(const char* path) {
-    if (!hasXEnding(path)) return true;
-    const std::string header = readHeader(path);
-    if (header.size() < HEADER_SIZE || header.compare(0, 4, "xof ") != 0) {
-        qbMessage("%s is not a .x file: it does not begin with \"xof \"; save the mesh again as .x", path);
-        return false;
+static void logCut() {
+    irr::IrrlichtDevice* device = qbEngineGet()->device;
+    if (device && device->getLogger())
+        device->getLogger()->log("QUAB Object: getNextToken reached end!!", irr::ELL_ERROR);
+}
+
+// The engine gets the very bytes that were checked, whatever happens to the file meanwhile.
+static IAnimatedMesh* loadX(ISceneManager* smgr, const std::string& path) {
+    std::string bytes = readBytes(path);
+    const QbXVerdict verdict = qbXGuardCheck(bytes, path.c_str());
+    if (verdict.cut) logCut();
+    if (!verdict.message.empty()) {
+        qbMessage("%s", verdict.message.c_str());
+        return nullptr;
     }
-    const std::string format = header.substr(8, 4);
-    const std::string floats = header.substr(12, 4);
-    if (format == "tzip" || format == "bzip") {
-        qbMessage("%s is a compressed .x file; save it as text or binary (not compressed)", path);
-        return false;
+    irr::io::IReadFile* file = smgr->getFileSystem()->createMemoryReadFile(
+        bytes.data(), static_cast<irr::s32>(verdict.size), path.c_str());
+    IAnimatedMesh* mesh = smgr->getMesh(file);
+    file->drop();
+    return mesh;
+}
+
+// --- meshes that do not move ------------------------------------------------------------------------------
+
+static void bakeBuffer(SSkinMeshBuffer* buffer) {
+    const matrix4 place = buffer->Transformation;
+    matrix4 inverse;
+    // A flattened mesh has no inverse; its normals turn as its points do.
+    const matrix4 turn = place.getInverse(inverse) ? inverse.getTransposed() : place;
+    for (irr::u32 i = 0; i < buffer->getVertexCount(); i++) {
+        place.transformVect(buffer->getPosition(i));
+        turn.rotateVect(buffer->getNormal(i));
+        buffer->getNormal(i).normalize();
     }
-    if ((format != "txt " && format != "bin ") || (floats != "0032" && floats != "0064")) {
-        qbMessage("%s is a .x file of an unknown kind; save it as text or binary with 32-bit floats", path);
-        return false;
-    }
-    return true;
+    buffer->Transformation.makeIdentity();
+    buffer->boundingBoxNeedsRecalculated();
+    buffer->recalculateBoundingBox();
+    buffer->setDirty(irr::scene::EBT_VERTEX);
+}
+
+// A second call finds nothing left to do.
+static void bakeStatic(IAnimatedMesh* mesh) {
+    if (mesh->getMeshType() != irr::scene::EAMT_SKINNED || mesh->getFrameCount() > 1) return;
+    irr::core::array<SSkinMeshBuffer*>& buffers = static_cast<ISkinnedMesh*>(mesh)->getMeshBuffers();
+    if (buffers.empty()) return;
+    for (irr::u32 i = 0; i < buffers.size(); i++)
+        if (!buffers[i]->Transformation.isIdentity()) bakeBuffer(buffers[i]);
+    aabbox3df box = buffers[0]->getBoundingBox();
+    for (irr::u32 i = 1; i < buffers.size(); i++)
+        box.addInternalBox(buffers[i]->getBoundingBox());
+    mesh->setBoundingBox(box);
+}
+
+IAnimatedMesh* qbMeshFileLoad(const std::string& path) {
+    ISceneManager* smgr = qbEngineGet()->smgr;
+    IAnimatedMesh* mesh = smgr->getMeshCache()->getMeshByName(path.c_str());
+    if (mesh) return mesh;
+    mesh = hasXEnding(path) ? loadX(smgr, path) : smgr->getMesh(path.c_str());
+    if (mesh) bakeStatic(mesh);
+    return mesh;
 }

@@ -54,8 +54,8 @@ static bool addMeshNode(QbObjectRec* object, IAnimatedMesh* mesh) {
 
 static bool loadMesh(QbObjectRec* object, const char* name) {
     std::string path;
-    if (!qbMeshFileFind(name, path) || !qbMeshFileCheck(path.c_str())) return false;
-    IAnimatedMesh* mesh = qbEngineGet()->smgr->getMesh(path.c_str());
+    if (!qbMeshFileFind(name, path)) return false;
+    IAnimatedMesh* mesh = qbMeshFileLoad(path);
     if (!mesh) return false;
     object->mesh = mesh;
     object->isStatic = mesh->getFrameCount() <= 1 ? 1 : 0;

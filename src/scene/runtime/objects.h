@@ -33,7 +33,7 @@ struct QbObjectRec {
 
 // A name without separator is looked up in the current directory; a separator may be a backslash or a slash.
 // The id stays empty when the mesh does not load, or when the id is taken or outside the table; the caller
-// reports. A .x file that the engine can not read has a message of its own.
+// reports. A .x file that is damaged or that the engine can not read has a message of its own.
 void qbObjectLoad(const char* name, int id);
 // A node of its own on the source's mesh. The id stays empty for an empty source, a terrain or a copy.
 void qbObjectCopy(int id, int sourceId);

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string_view>
+
+struct QbIrrShader;
+
+// Equality without regard to the case of ASCII letters.
+bool shaderNamesEqual(std::string_view a, std::string_view b);
+
+// Reads the annotation block of `text` into the record and prints the words of each line. `highLevel` is set
+// already; `name` is the file, for messages; `isPixelFile` tells the two files of an assembler pair apart.
+//
+// A statement that can not be read is left out and never fails the shader. What exceeds a limit of the record
+// is refused with a message; a file shows one such message, the others go to the trace. Always 0.
+int parseShaderFile(QbIrrShader* shader, const char* name, const char* text, bool isPixelFile);

@@ -1,0 +1,133 @@
+#include "engine/hlsl_scan.h"
+
+#include <gtest/gtest.h>
+
+static HlslScan scanned(std::string_view text) {
+    HlslScan scan;
+    EXPECT_TRUE(hlslScan("test.hlsl", text, &scan)) << (scan.errors.empty() ? "" : scan.errors[0].reason);
+    return scan;
+}
+
+TEST(HlslScan, EffectPartsGoAndEverythingElseKeepsItsLine) {
+    EXPECT_EQ(
+        scanned("texture A;\r\n"
+                "float4 Color : COLOR0 < string UIName = \"a;b\"; > = { 1, 0, 0, 1 };\r\n"
+                "sampler2D S = sampler_state\n{\n  Texture = (A);\n};\n"
+                "Technique T < int a = 1; >\n{ pass P { } }\n"
+                "float4 f(float4 x : VPOS) { return x; } // end")
+            .text,
+        "\nfloat4 Color                                                     ;\nsampler2D S\n\n\n ;\n\n\n"
+        "float4 f(float4 x : QB_VPOS ) { return x ; }\n");
+}
+
+// The words behind directives and macros, on their lines.
+static std::string preprocessed(std::string_view text) {
+    HlslScan scan;
+    EXPECT_TRUE(hlslTokenize(text, &scan) && hlslPreprocess(&scan)) << text;
+    std::string words;
+    int line = 1;
+    for (const HlslToken& token : scan.tokens) {
+        const bool first = words.empty() || token.line != line;
+        words += first ? std::string(static_cast<size_t>(token.line - line), '\n') : " ";
+        words += token.text;
+        line = token.line;
+    }
+    return words;
+}
+
+TEST(HlslScan, MacrosAndConditions) {
+    const struct {
+        const char *text, *wanted;
+    } table[] = {
+        {"#define A(x,y) x##y+x\nA(b,c)", "\nbc + b"},
+        {"#define F(x) [x]\nF (F(1)) F", "\n[ [ 1 ] ] F"},
+        {"#define A B\n#define B A\nA B", "\n\nA B"},
+        {"#define A 3 /* two\nlines */ + 4\nA", "\n\n3 + 4"},
+        {"#if (2 << 1) == 4 && !defined X\n1\n#elif 1\n2\n#else\n3\n#endif", "\n1"},
+        {"#if 0\ndon't\n#elif UNKNOWN\n2\n#else\n3\n#endif", "\n\n\n\n\n3"},
+        {"#define X\n#ifdef X\n#ifndef X\n1\n#endif\n2\n#endif\n#undef X\n#ifdef X\n3\n#endif",
+         "\n\n\n\n\n2"},
+        {"#define LONG 1 + \\\n 2\nLONG", "\n\n1 + 2"},
+        {"a // b \\\n c\nd", "a\n\nd"},
+        {"\xEF\xBB\xBFr /* \xE4 */ s", "r s"},
+        {"a\rb", "a\nb"},
+    };
+    for (const auto& one : table)
+        EXPECT_EQ(preprocessed(one.text), one.wanted) << one.text;
+    // Two signs that a macro brings together stay two.
+    EXPECT_EQ(scanned("#define N -1\nfloat f() { return a-N; }").text, "\nfloat f() { return a- - 1 ; }\n");
+}
+
+TEST(HlslScan, MarksBehindTheirOperandMoveInFront) {
+    const struct {
+        const char *text, *wanted;
+    } table[] = {
+        {"a.x[1]++;", "++ a . x [ 1 ] ;"},
+        {"for (; 1; i++) { }", "for (; 1; ++ i ) { }"},
+        {"b = f(a)[i++].x--;", "b = ( -- f ( a ) [ ( ++ i - 1 ) ] . x + 1 ) ;"},
+        {"if (a) ++b; else --c;", "if (a) ++b; else --c;"},
+        {"return (float)++a;", "return (float)++a;"},
+        {"return a++;", "return ( ++ a - 1 ) ;"},
+    };
+    for (const auto& one : table) {
+        const std::string head = "float f() { ", text = scanned(head + one.text + "}").text;
+        EXPECT_EQ(text.substr(0, text.find_last_of('}')).substr(head.size()).find(one.wanted), 0u) << text;
+    }
+}
+
+TEST(HlslScan, InitialValues) {
+    const struct {
+        const char* text;
+        std::vector<float> value;
+    } table[] = {
+        {"float a = 1.5f;", {1.5f}},
+        {"float a = -2e-1;", {-0.2f}},
+        {"float3 a = 0.5;", {0.5f, 0.5f, 0.5f}},
+        {"float4 a = float4(float2(1, 2), (float2)3);", {1, 2, 3, 3}},
+        {"float4 a = float4(1, 2, 3, 4) * 2 - 1;", {1, 3, 5, 7}},
+        {"float a = 7 / 2 + 7 / 2.0 - (1 + 2) * 2;", {0.5f}},
+        {"static const float2 k = {3, 4}; float2 a = k / 2;", {1.5f, 2}},
+        {"float2x2 a = { 1, 2, 3, 4 };", {1, 2, 3, 4}},
+        {"float2 a[2] = { {1, 2}, {3, 4} };", {1, 2, 3, 4}},
+        {"#define N 3\nvector<float, 2> a[N - 1] = { 1, 2, 3, 4, };", {1, 2, 3, 4}},
+        {"uniform extern float a : register(c4) = 0x10;", {16}},
+        {"bool a = true;", {1}},
+        {"int2 a = int2(2.9, -2.9);", {2, -2}},
+        {"float3 a;", {}},
+    };
+    for (const auto& one : table) {
+        const HlslScan scan = scanned(one.text);
+        ASSERT_EQ(scan.globals.size(), 1u) << one.text;
+        EXPECT_EQ(scan.globals[0].name, "a");
+        EXPECT_EQ(scan.globals[0].value, one.value) << one.text;
+    }
+    const HlslScan several =
+        scanned("float a = 1, b, c[2] = {2, 3}; float f(float x = 4) { float y = 5; return y; }");
+    ASSERT_EQ(several.globals.size(), 3u);
+    EXPECT_EQ(several.globals[2].value, (std::vector<float>{2, 3}));
+}
+
+TEST(HlslScan, SamplerStates) {
+    const HlslScan scan = scanned(R"(
+sampler A = SAMPLER_STATE { texture = <Wood>; MINFILTER = Anisotropic; MagFilter = 1; MipFilter = none;
+                            AddressU = Border; addressv = MirrorOnce; AddressW = 3; MaxAnisotropy = 16;
+                            BorderColor = float4(0, 0, 0, 1); };
+sampler B : register(s3), C { MinFilter = Linear; };
+)");
+    ASSERT_EQ(scan.samplers.size(), 3u);
+    const QbHlslSamplerState& all = scan.samplers[0].state;
+    EXPECT_EQ(all.texture, "Wood");
+    EXPECT_EQ(all.minFilter, QB_HLSL_FILTER_ANISOTROPIC);
+    EXPECT_EQ(all.magFilter, QB_HLSL_FILTER_POINT);
+    EXPECT_EQ(all.mipFilter, QB_HLSL_FILTER_NONE);
+    EXPECT_EQ(all.addressU, QB_HLSL_ADDRESS_BORDER);
+    EXPECT_EQ(all.addressV, QB_HLSL_ADDRESS_MIRROR_ONCE);
+    EXPECT_EQ(all.addressW, QB_HLSL_ADDRESS_CLAMP);
+    EXPECT_EQ(all.maxAnisotropy, 16);
+    EXPECT_EQ(scan.samplers[0].layer, -1);
+    EXPECT_EQ(scan.samplers[1].layer, 3);
+    EXPECT_EQ(scan.samplers[1].state.minFilter, QB_HLSL_FILTER_UNSET);
+    EXPECT_EQ(scan.samplers[2].layer, -1);
+    EXPECT_EQ(scan.samplers[2].state.minFilter, QB_HLSL_FILTER_LINEAR);
+    EXPECT_EQ(scan.samplers[2].state.addressU, QB_HLSL_ADDRESS_UNSET);
+}
