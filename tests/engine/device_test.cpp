@@ -141,9 +141,15 @@ TEST_F(OpenTest, RefusesSizesThatNoWindowHas) {
         int width, height;
         const char* text;
     } sizes[] = {
-        {0, 480, "a window of 0 x 480 pixels is not possible: width and height go from 1 to 16384"},
-        {640, -2, "a window of 640 x -2 pixels is not possible: width and height go from 1 to 16384"},
-        {16385, 1, "a window of 16385 x 1 pixels is not possible: width and height go from 1 to 16384"},
+        {0, 480,
+         "a window of 0 x 480 pixels is not possible: in quab-setup.ini give \"display\" a "
+         "width and a height from 1 to 16384"},
+        {640, -2,
+         "a window of 640 x -2 pixels is not possible: in quab-setup.ini give \"display\" a "
+         "width and a height from 1 to 16384"},
+        {16385, 1,
+         "a window of 16385 x 1 pixels is not possible: in quab-setup.ini give \"display\" a "
+         "width and a height from 1 to 16384"},
     };
     for (const auto& size : sizes) {
         const Messages messages;
