@@ -83,7 +83,7 @@ extra.1.filename=many_windows.quab
 extra.1.time=1000
 extra.1.length=6000
 
-; 32 s: no scene, so the city goes on; no reset, so its time counts from part 3
+; 32 s: no scene, so the city goes on; no reset, so its time counts from the third part
 [part.4]
 time=8000
 camerarange=1 1200
@@ -102,7 +102,7 @@ fader.3.length=2000
 fader.3.fadelength=1000
 fader.3.color=0x241B5E
 
-; 40 s, still on the clock of part 3
+; 40 s, still on the clock of the third part
 [part.5]
 time=16000
 directory=dawn

@@ -78,6 +78,9 @@ static int openDevice(int fullscreen, int vsync) {
         return createDeviceFailed(
             "there is no display: start a desktop session, or set DISPLAY to an X server");
     engine.device = createWindow(fullscreen, vsync);
+    if (engine.device && qbWindowLost())
+        return createDeviceFailed("the X server could not make the window: ask for a smaller one with "
+                                  "\"display\" in quab-setup.ini");
     if (!engine.device)
         return createDeviceFailed("the display offers no OpenGL (GLX) with a depth buffer of 24 bits");
     qbClockAttach();
@@ -190,8 +193,10 @@ int qbEngineOpen(const QbSetup* setup) {
     const int width = orDefault(setup->width, DEFAULT_WIDTH);
     const int height = orDefault(setup->height, DEFAULT_HEIGHT);
     if (width < 1 || height < 1 || width > WINDOW_SIZE_MAX || height > WINDOW_SIZE_MAX) {
-        qbMessage("a window of %d x %d pixels is not possible: width and height go from 1 to %d", width,
-                  height, WINDOW_SIZE_MAX);
+        qbMessage(
+            "a window of %d x %d pixels is not possible: in quab-setup.ini give \"display\" a width and a "
+            "height from 1 to %d",
+            width, height, WINDOW_SIZE_MAX);
         return -1;
     }
     const int failed =

@@ -46,6 +46,11 @@ struct State {
     int lastPart = -1; // demo: the last part that has its picture
     int viewStart = -1;
     int viewTaken = 0;
+    bool shows = false; // the job draws its own frames; those of the loading picture do not count
+    int lastFrame = -1; // ms; -1: nothing to measure from
+    int frames = 0;     // intervals between frames, and their sum and longest in ms
+    int sum = 0;
+    int longest = 0;
 };
 
 } // namespace
@@ -84,6 +89,7 @@ static std::string describePart(const QbDemo* demo, int index, int elapsed) {
 
 // A part's picture is due half-way between its own start and the next part's.
 static void watchDemo(const QbDemo* demo, int index, int elapsed) {
+    state.shows = true;
     if (index < 0 || index == state.lastPart || index + 1 >= demo->partCount) return;
     const int64_t start = startOf(demo->parts[index]);
     const int64_t middle = start + (demo->parts[index + 1].time - start) / 2;
@@ -126,9 +132,22 @@ static void take() {
     state.taken.push_back(std::move(picture));
 }
 
+static void measureFrame() {
+    const int now = qbEngineTime();
+    if (state.lastFrame >= 0) {
+        ++state.frames;
+        state.sum += now - state.lastFrame;
+        state.longest = std::max(state.longest, now - state.lastFrame);
+    }
+    state.lastFrame = now;
+}
+
 static void atFrameEnd() {
+    if (state.shows) measureFrame();
     if (state.job != QB_PICTURES_DEMO) watchView();
-    if (!state.armedName.empty()) take();
+    if (state.armedName.empty()) return;
+    take();
+    state.lastFrame = -1; // what a picture costs is not the show's
 }
 
 // --- writing ----------------------------------------------------------------------------------------------
@@ -209,6 +228,7 @@ int qbPicturesStart(const QbPicturesOptions* options) {
     state.running = true;
     state.unattended = options->unattended != 0;
     state.job = options->job;
+    state.shows = state.job != QB_PICTURES_DEMO;
     if (state.job == QB_PICTURES_DEMO) qbDemoSetObserver(watchDemo);
     qbEngineSetFrameHook(atFrameEnd);
     return 0;
@@ -219,6 +239,9 @@ int qbPicturesFinish() {
     state.running = false;
     qbDemoSetObserver(nullptr);
     qbEngineSetFrameHook(nullptr);
+    if (state.sum > 0)
+        std::printf("%d frames a second, the longest took %d ms\n",
+                    static_cast<int>(int64_t{1000} * state.frames / state.sum), state.longest);
     if (state.taken.empty()) return 0;
     if (writePictures() != 0 || writeSheet() != 0) return -1;
     std::printf("%zu pictures and contact-sheet.png in %s\n", state.taken.size(), state.directory.c_str());

@@ -4,7 +4,7 @@
 //
 // A demo leaves one picture a part, taken half-way through it ("part-01-at-004000ms.png"); a viewer leaves
 // four, spread over the scene or over four seconds ("view-1-at-001000ms.png"). "contact-sheet.png" shows them
-// all in that order.
+// all in that order. How smoothly the frames came is printed.
 
 enum QbPicturesJob { QB_PICTURES_DEMO, QB_PICTURES_SCENE, QB_PICTURES_OBJECT };
 

@@ -8,10 +8,10 @@
 #include "engine/loading.h"
 #include "materials/camera_shaders.h"
 #include "scene/runtime/slots.h"
+#include "support/fake.h"
 
 #include <algorithm>
 #include <filesystem>
-#include <sstream>
 #include <utility>
 
 Fakes fakes;
@@ -32,11 +32,8 @@ std::string takeCalls() {
 // 0, or -1 when this is the call that fails.
 template <class... Arguments>
 static int record(const char* name, const Arguments&... arguments) {
-    std::ostringstream text;
-    text << name;
-    ((text << ' ' << arguments), ...);
-    fakes.calls.push_back(text.str());
-    return !fakes.failing.empty() && text.str().starts_with(fakes.failing) ? -1 : 0;
+    fakes.calls.push_back(callText(name, arguments...));
+    return !fakes.failing.empty() && fakes.calls.back().starts_with(fakes.failing) ? -1 : 0;
 }
 
 int qbEngineIsOver() {
@@ -45,93 +42,37 @@ int qbEngineIsOver() {
     fakes.frames.erase(fakes.frames.begin());
     return 0;
 }
-int qbEngineTime() {
-    return fakes.clock;
-}
-void qbEngineDrawFrame() {
-    record("draw");
-}
-void qbEngineSleep(int milliseconds) {
-    record("sleep", milliseconds);
-}
-void qbCameraSetRange(float near, float far) {
-    record("range", near, far);
-}
-void qbFaderIn(int32_t length, uint32_t color) {
-    record("fadeIn", length, color);
-}
-void qbFaderOut(int32_t length, uint32_t color) {
-    record("fadeOut", length, color);
-}
-void qbFaderRemove() {
-    record("fadeRemove");
-}
-void qbLoadingOpen() {
-    record("loadingOpen");
-}
-void qbLoadingProgress(int percent) {
-    record("progress", percent);
-}
-void qbLoadingClose() {
-    record("loadingClose");
-}
+FAKE(int, qbEngineTime, (), fakes.clock)
+FAKE(void, qbEngineDrawFrame, (), record("draw"))
+FAKE(void, qbEngineSleep, (int milliseconds), record("sleep", milliseconds))
+FAKE(void, qbCameraSetRange, (float near, float far), record("range", near, far))
+FAKE(void, qbFaderIn, (int32_t length, uint32_t color), record("fadeIn", length, color))
+FAKE(void, qbFaderOut, (int32_t length, uint32_t color), record("fadeOut", length, color))
+FAKE(void, qbFaderRemove, (), record("fadeRemove"))
+FAKE(void, qbLoadingOpen, (), record("loadingOpen"))
+FAKE(void, qbLoadingProgress, (int percent), record("progress", percent))
+FAKE(void, qbLoadingClose, (), record("loadingClose"))
 
-int qbMusicLoad(const char* path, int id) {
-    return record("musicLoad", path, id);
-}
-int qbMusicExists(int id) {
-    return id < 50 && record("musicExists", id) == 0;
-}
-int qbMusicFree(int id) {
-    return record("musicFree", id);
-}
-int qbMusicPlay(int id) {
-    return record("musicPlay", id);
-}
-int qbMusicStop(int id) {
-    return record("musicStop", id);
-}
+FAKE(int, qbMusicLoad, (const char* path, int id), record("musicLoad", path, id))
+FAKE(int, qbMusicExists, (int id), id < 50 && record("musicExists", id) == 0)
+FAKE(int, qbMusicFree, (int id), record("musicFree", id))
+FAKE(int, qbMusicPlay, (int id), record("musicPlay", id))
+FAKE(int, qbMusicStop, (int id), record("musicStop", id))
 
-void qbPaletteLoad(const char* path, int id) {
-    record("paletteLoad", path, id);
-}
-bool qbPaletteExists(int id) {
-    return record("paletteExists", id) == 0;
-}
-void qbPaletteSetEntry(int id, int channel, int value) {
-    record("paletteEntry", id, channel, value);
-}
-void qbPaletteFree(int id) {
-    record("paletteFree", id);
-}
-void qbPaletteUse(int id) {
-    record("paletteUse", id);
-}
-void qbPaletteReset() {
-    record("paletteReset");
-}
+FAKE(void, qbPaletteLoad, (const char* path, int id), record("paletteLoad", path, id))
+FAKE(bool, qbPaletteExists, (int id), record("paletteExists", id) == 0)
+FAKE(void, qbPaletteSetEntry, (int id, int channel, int value), record("paletteEntry", id, channel, value))
+FAKE(void, qbPaletteFree, (int id), record("paletteFree", id))
+FAKE(void, qbPaletteUse, (int id), record("paletteUse", id))
+FAKE(void, qbPaletteReset, (), record("paletteReset"))
 
-int qbShadersInit(const char* directory) {
-    return record("shadersInit", directory);
-}
-int qbShaderLoad(const char* path, int id) {
-    return record("shaderLoad", path, id);
-}
-int qbShaderFree(int id) {
-    return record("shaderFree", id);
-}
-int qbShaderEnable(int id) {
-    return record("shaderEnable", id);
-}
-int qbShaderDisable(int id) {
-    return record("shaderDisable", id);
-}
-int qbCameraShadersEnable() {
-    return record("cameraShadersEnable");
-}
-int qbCameraShadersDisable() {
-    return record("cameraShadersDisable");
-}
+FAKE(int, qbShadersInit, (const char* directory), record("shadersInit", directory))
+FAKE(int, qbShaderLoad, (const char* path, int id), record("shaderLoad", path, id))
+FAKE(int, qbShaderFree, (int id), record("shaderFree", id))
+FAKE(int, qbShaderEnable, (int id), record("shaderEnable", id))
+FAKE(int, qbShaderDisable, (int id), record("shaderDisable", id))
+FAKE(int, qbCameraShadersEnable, (), record("cameraShadersEnable"))
+FAKE(int, qbCameraShadersDisable, (), record("cameraShadersDisable"))
 
 // Says as well in which directory the load took place, by its last name.
 int qbSceneLoad(const char* filename, int slot, int firstObject, int firstLight, int firstEmitter,
@@ -143,33 +84,13 @@ int qbSceneLoad(const char* filename, int slot, int firstObject, int firstLight,
                ? -1
                : 0;
 }
-void qbSceneFree(int slot) {
-    record("sceneFree", slot);
-}
-void qbSceneStart(int slot) {
-    record("sceneStart", slot);
-}
-void qbSceneStop(int slot) {
-    record("sceneStop", slot);
-}
-void qbSceneHide(int slot) {
-    record("sceneHide", slot);
-}
-void qbSceneShow(int slot) {
-    record("sceneShow", slot);
-}
-void qbSceneUpdate(int slot, int32_t timeMs) {
-    record("update", slot, timeMs);
-}
-int qbSceneObjectCount(int /*slot*/) {
-    return fakes.objects;
-}
-int qbSceneLightCount(int /*slot*/) {
-    return fakes.lights;
-}
-int qbSceneFxEmitterCount(int /*slot*/) {
-    return fakes.emitters;
-}
-void qbSceneSetReportLoadErrors(int report) {
-    record("reportLoadErrors", report);
-}
+FAKE(void, qbSceneFree, (int id), record("sceneFree", id))
+FAKE(void, qbSceneStart, (int id), record("sceneStart", id))
+FAKE(void, qbSceneStop, (int id), record("sceneStop", id))
+FAKE(void, qbSceneHide, (int id), record("sceneHide", id))
+FAKE(void, qbSceneShow, (int id), record("sceneShow", id))
+FAKE(void, qbSceneUpdate, (int slot, int32_t timeMs), record("update", slot, timeMs))
+FAKE(int, qbSceneObjectCount, (int), 3)
+FAKE(int, qbSceneLightCount, (int), 2)
+FAKE(int, qbSceneFxEmitterCount, (int), 1)
+FAKE(void, qbSceneSetReportLoadErrors, (int report), record("reportLoadErrors", report))

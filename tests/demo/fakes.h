@@ -3,14 +3,13 @@
 #include <string>
 #include <vector>
 
-// What stands in for engine, scenes, tunes and shader hooks: each call is written down, each answer can be
-// set.
+// What stands in for engine, scenes (3 objects, 2 lights and 1 emitter each), tunes and shader hooks: each
+// call is written down.
 struct Fakes {
     std::vector<std::string> calls; // "sceneStart 3", in order
     std::vector<int> frames;        // the clock in each pass of the loop; after the last the engine is over
     int clock = 0;                  // milliseconds
-    int objects = 3, lights = 2, emitters = 1; // in every scene
-    std::string failing;                       // a call that begins with this text fails
+    std::string failing;            // a call that begins with this text fails
 };
 
 extern Fakes fakes;

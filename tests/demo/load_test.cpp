@@ -31,10 +31,13 @@ protected:
     std::unique_ptr<QbDemo> demo = std::make_unique<QbDemo>();
 };
 
-std::string scenes(int count) {
+using Ids = std::vector<int>;
+
+// Parts with one key each, of the values "x0", "x1" and so on.
+std::string parts(int count, const std::string& key) {
     std::string text;
     for (int index = 0; index < count; index++)
-        text += "[part." + std::to_string(index) + "]\nfilename=s" + std::to_string(index) + "\n";
+        text += "[part." + std::to_string(index) + "]\n" + key + "=x" + std::to_string(index) + "\n";
     return text;
 }
 
@@ -55,19 +58,15 @@ TEST_F(Load, TakesTheStepsInTheirOrder) {
                            "shaderLoad fx/blur.hlsl 1; cameraShadersEnable; loadingClose");
     EXPECT_EQ(std::filesystem::current_path(), directory.path() + "/show");
     const QbDemoPart* parts = demo->parts;
-    EXPECT_EQ(parts[0].musicId, 1);
-    EXPECT_EQ(parts[1].musicId, 2); // the same file twice is two tunes
-    EXPECT_EQ(parts[0].paletteId, 1);
-    EXPECT_EQ(parts[1].paletteId, -1);
-    EXPECT_EQ(parts[0].sceneSlot, 0);
-    EXPECT_EQ(parts[0].firstObject, 1);
-    EXPECT_EQ(parts[0].extras[0].sceneSlot, 1);
-    EXPECT_EQ(parts[0].extras[0].firstObject, 4);
-    EXPECT_EQ(parts[0].extras[0].firstLight, 2);
-    EXPECT_EQ(parts[0].extras[0].firstEmitter, 1);
+    const QbDemoExtra& extra = parts[0].extras[0];
+    EXPECT_EQ((Ids{parts[0].musicId, parts[0].paletteId, parts[0].sceneSlot, parts[0].firstObject}),
+              (Ids{1, 1, 0, 1}));
+    EXPECT_EQ((Ids{extra.sceneSlot, extra.firstObject, extra.firstLight, extra.firstEmitter}),
+              (Ids{1, 4, 2, 1}));
     EXPECT_EQ(parts[0].shaders[0].shaderId, 1);
-    EXPECT_EQ(parts[1].sceneSlot, -1);
-    EXPECT_EQ(parts[1].firstObject, -1);
+    // The same file twice is two tunes.
+    EXPECT_EQ((Ids{parts[1].musicId, parts[1].paletteId, parts[1].sceneSlot, parts[1].firstObject}),
+              (Ids{2, -1, -1, -1}));
 
     qbDemoFree(demo.get());
     EXPECT_EQ(takeCalls(), "musicFree 1; musicFree 2; paletteFree 1; sceneFree 0; sceneFree 1; "
@@ -87,17 +86,23 @@ TEST_F(Load, APartWithoutASceneStillHasItsExtras) {
     EXPECT_EQ(demo->parts[0].extras[1].sceneSlot, -1);
 }
 
+TEST_F(Load, SetsEveryPaletteEntryButTheRedOne) {
+    ASSERT_EQ(load("[part1]\npalette=a\npalette.r=5\n[part2]\npalette=b\npalette.b=6\n[part3]\npalette=c\n"),
+              0);
+    EXPECT_EQ(takeCalls({"paletteEntry"}), "paletteEntry 2 2 6; paletteEntry 3 -1 -1");
+}
+
 TEST_F(Load, ShowsItsProgress) {
-    ASSERT_EQ(load(scenes(5)), 0);
+    ASSERT_EQ(load(parts(5, "filename")), 0);
     EXPECT_EQ(takeCalls({"progress"}), "progress 0; progress 20; progress 40; progress 60; progress 80");
 }
 
 TEST_F(Load, HoldsSixtyScenes) {
-    ASSERT_EQ(load(scenes(60)), 0);
+    ASSERT_EQ(load(parts(60, "filename")), 0);
     EXPECT_EQ(demo->parts[59].sceneSlot, 59);
     EXPECT_EQ(demo->parts[59].firstObject, 1 + 59 * 3);
-    EXPECT_EQ(load(scenes(61)), -1);
-    EXPECT_EQ(message(), "Fail to load scene s60");
+    EXPECT_EQ(load(parts(61, "filename")), -1);
+    EXPECT_EQ(message(), "Fail to load scene x60");
     EXPECT_EQ(takeCalls({"loadingClose", "sceneFree"}), "loadingClose"); // of the first load alone
     qbDemoFree(demo.get());
     EXPECT_EQ(fakes.calls.size(), 60U);
@@ -105,10 +110,9 @@ TEST_F(Load, HoldsSixtyScenes) {
 }
 
 TEST_F(Load, ReportsWhatFails) {
-    struct Case {
+    const struct {
         const char *call, *message, *released;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"musicExists 2", "Fail to load music b.mp3", "musicFree 1"},
         {"paletteExists", "Fail to load palette p", "musicFree 1; musicFree 2"},
         {"shadersInit", "Failed to init shaders !",
@@ -116,7 +120,7 @@ TEST_F(Load, ReportsWhatFails) {
         {"sceneLoad y", "Fail to load in scene s the extra id=1 y",
          "musicFree 1; musicFree 2; paletteFree 1; sceneFree 0; sceneFree 1; cameraShadersDisable"},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         fakes.failing = c.call;
         messages.texts().clear();
         EXPECT_EQ(
@@ -159,23 +163,11 @@ TEST_F(Load, SharesShadersByName) {
     EXPECT_EQ(demo->parts[0].shaders[0].shaderId, -1);
 }
 
-TEST_F(Load, SetsEveryPaletteEntryButTheRedOne) {
-    ASSERT_EQ(load("[part1]\npalette=a\npalette.r=5\n[part2]\npalette=b\npalette.b=6\n[part3]\npalette=c\n"),
-              0);
-    EXPECT_EQ(takeCalls({"paletteEntry"}), "paletteEntry 2 2 6; paletteEntry 3 -1 -1");
-}
-
-TEST_F(Load, LooksForTunesBesideTheScriptWhenNoDirectoryIsNamed) {
-    ASSERT_EQ(load("[part]\nmusic=a.mp3\n"), 0);
-    EXPECT_EQ(takeCalls({"musicLoad"}), "musicLoad ./a.mp3 1");
-}
-
 TEST_F(Load, HoldsFortyNineTunes) {
-    std::string text;
-    for (int index = 0; index < 50; index++)
-        text += "[part." + std::to_string(index) + "]\nmusic=t" + std::to_string(index) + "\n";
-    EXPECT_EQ(load(text), -1);
-    EXPECT_EQ(message(), "Fail to load music t49");
+    ASSERT_EQ(load(parts(49, "music")), 0); // ids 1 to 49, beside the script
+    EXPECT_EQ(takeCalls({"musicLoad"}).substr(0, 34), "musicLoad ./x0 1; musicLoad ./x1 2");
+    EXPECT_EQ(load(parts(50, "music")), -1);
+    EXPECT_EQ(message(), "Fail to load music x49");
     takeCalls();
     qbDemoFree(demo.get());
     EXPECT_EQ(fakes.calls.size(), 49U);

@@ -12,10 +12,7 @@ namespace {
 
 class Timeline : public testing::Test {
 protected:
-    Timeline() {
-        fakes = {};
-        observed.clear();
-    }
+    Timeline() { fakes = {}; }
     ~Timeline() override { qbDemoSetObserver(nullptr); }
 
     // Adds a part that begins at `time`; -1 for no scene and no tune.
@@ -46,32 +43,29 @@ protected:
     static void fader(QbDemoPart& part, int time, int length, int color, int fadeOut = 1) {
         part.faders[part.faderCount++] = {fadeOut, 0, 0, time, length, length / 2, color};
     }
+    using Frames = std::vector<std::string>;
     // Plays the frames at these times since the start, and gives the calls of each up to its drawing.
-    std::vector<std::string> play(const std::vector<int>& times,
-                                  const std::vector<std::string>& words = {""}) {
+    Frames play(const std::vector<int>& times, const Frames& words = {""}) {
         fakes.clock = 5000; // the start is no zero
         fakes.frames.clear();
         for (const int time : times)
             fakes.frames.push_back(5000 + time);
         EXPECT_EQ(qbDemoPlay(demo.get()), 0);
-        std::vector<std::string> result(1), all = std::exchange(fakes.calls, {});
-        for (std::string& call : all) {
+        Frames result(1);
+        for (const std::string& call : std::exchange(fakes.calls, {})) {
             if (call == "draw") {
                 result.emplace_back();
                 continue;
             }
-            fakes.calls = {std::move(call)};
+            fakes.calls = {call};
             const std::string taken = takeCalls(words);
             if (!taken.empty()) result.back() += (result.back().empty() ? "" : "; ") + taken;
         }
-        const std::string rest = result.back();
-        EXPECT_TRUE(rest.empty() || rest == "paletteReset") << rest; // nothing behind the last drawing
+        EXPECT_TRUE(result.back().empty() || result.back() == "paletteReset") << "behind the last drawing";
         result.pop_back();
         return result;
     }
 
-    using Frames = std::vector<std::string>;
-    static inline std::vector<std::pair<int, int>> observed;
     std::unique_ptr<QbDemo> demo = std::make_unique<QbDemo>();
 };
 
@@ -198,32 +192,26 @@ TEST_F(Timeline, ActivatesAPaletteWhenItChanges) {
               (Frames{"paletteUse 1", "", "", "", "paletteUse 2", ""}));
 }
 
-TEST_F(Timeline, DrawsOnUntilTheFirstPartIsDue) {
-    qbDemoSetObserver([](const QbDemo*, int index, int elapsed) { observed.emplace_back(index, elapsed); });
+TEST_F(Timeline, DrawsOnUntilTheFirstPartIsDueAndTellsTheObserver) {
+    qbDemoSetObserver([](const QbDemo*, int index, int elapsed) {
+        fakes.calls.push_back("observe " + std::to_string(index) + " " + std::to_string(elapsed));
+    });
     resetting(part(100, 0));
     part(1000);
-    EXPECT_EQ(play({0, 99, 120, 130}, {"update"}), (Frames{"", "", "update 0 0", "update 0 10"}));
-    EXPECT_EQ(observed, (std::vector<std::pair<int, int>>{{-1, 0}, {-1, 99}, {0, 0}, {0, 10}}));
+    EXPECT_EQ(
+        play({0, 99, 120, 130}, {"update", "observe"}),
+        (Frames{"observe -1 0", "observe -1 99", "update 0 0; observe 0 0", "update 0 10; observe 0 10"}));
 }
 
-TEST_F(Timeline, TheObserverSeesTheFrameBeforeItIsDrawn) {
-    qbDemoSetObserver([](const QbDemo*, int, int) { fakes.calls.emplace_back("observer"); });
-    part(0, 0);
-    part(1000);
-    EXPECT_EQ(play({0}, {"update", "observer"}), (Frames{"update 0 0; observer"}));
-}
-
-TEST_F(Timeline, EndsAtOnceWithNothingToPlay) {
+TEST_F(Timeline, EndsBehindItsLastPart) {
     EXPECT_EQ(play({0, 10}), Frames());
     part(0, 0, 1); // a single part is the last one
     fakes.calls.clear();
     EXPECT_EQ(play({0, 10}, {"scene", "music", "range"}), Frames());
     EXPECT_EQ(play({}), Frames()); // over before the first frame
-}
 
-TEST_F(Timeline, PlaysAFullTableAndEndsBehindIt) {
-    for (int index = 0; index < QB_DEMO_PARTS_MAX; index++)
-        part(0, index % 60);
+    while (demo->partCount < QB_DEMO_PARTS_MAX) // a full table, and nothing read behind it
+        part(0, demo->partCount % 60);
     EXPECT_EQ(play(std::vector<int>(100, 0), {"range"}).size(), 63U);
 }
 

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 #include <memory>
+#include <span>
+#include <sstream>
 
 namespace {
 
@@ -30,6 +32,26 @@ protected:
     std::unique_ptr<QbDemo> demo = std::make_unique<QbDemo>();
 };
 
+std::string allOf(const QbDemo& demo) {
+    std::ostringstream text;
+    text << demo.musicDirectory << '|' << demo.paletteDirectory << '|' << demo.shadersDirectory;
+    for (const QbDemoPart& p : std::span(demo.parts, static_cast<size_t>(demo.partCount))) {
+        text << "\npart " << p.time << ' ' << p.timeReset << ' ' << p.timeBase << ' ' << p.music << '|'
+             << p.palette << '|' << p.directory << '|' << p.filename << ' ' << p.cameraNear << ' '
+             << p.cameraFar << ' ' << p.reuseObjects << ' ' << p.flushObjects << ' ' << p.paletteChannel
+             << ' ' << p.paletteValue;
+        for (const QbDemoFader& f : std::span(p.faders, static_cast<size_t>(p.faderCount)))
+            text << "\nfader " << f.time << ' ' << f.length << ' ' << f.fadeLength << ' ' << f.color << ' '
+                 << f.fadeOut;
+        for (const QbDemoExtra& e : std::span(p.extras, static_cast<size_t>(p.extraCount)))
+            text << "\nextra " << e.directory << '|' << e.filename << ' ' << e.time << ' ' << e.length << ' '
+                 << e.reuseObjects << ' ' << e.flushObjects;
+        for (const QbDemoShader& f : std::span(p.shaders, static_cast<size_t>(p.shaderCount)))
+            text << "\nshader " << f.name << ' ' << f.time << ' ' << f.length;
+    }
+    return text.str();
+}
+
 std::string entries(const char* list, int first, int last, const char* keys) {
     std::string text;
     for (int number = first; number <= last; number++) {
@@ -54,58 +76,21 @@ TEST_F(Script, ReadsACompletePart) {
               "extra.1.length=3000\nextra.1.reuseobjects=1\nextra.1.flushobjects=1\n"
               "shader.0.name=Blur.hlsl\nshader.0.time=-5\nshader.0.length=7\n"),
         0);
-    EXPECT_STREQ(demo->musicDirectory, "tunes");
-    EXPECT_STREQ(demo->paletteDirectory, "pal");
-    EXPECT_STREQ(demo->shadersDirectory, "fx files");
-    ASSERT_EQ(demo->partCount, 1);
-    const QbDemoPart& p = demo->parts[0];
-    EXPECT_EQ(p.time, 16000);
-    EXPECT_EQ(p.timeReset, 1);
-    EXPECT_EQ(p.timeBase, 0);
-    EXPECT_STREQ(p.music, "a b.mp3");
-    EXPECT_STREQ(p.palette, "p.pal");
-    EXPECT_STREQ(p.directory, "xport");
-    EXPECT_STREQ(p.filename, "scene_tst_2_v002.quab");
-    EXPECT_FLOAT_EQ(p.cameraNear, 0.1F);
-    EXPECT_FLOAT_EQ(p.cameraFar, 500.0F);
-    EXPECT_EQ(p.reuseObjects, 1);
-    EXPECT_EQ(p.flushObjects, 2);
-    EXPECT_EQ(p.paletteChannel, 2);
-    EXPECT_EQ(p.paletteValue, 9);
-    ASSERT_EQ(p.faderCount, 1);
-    EXPECT_EQ(p.faders[0].length, 500);
-    EXPECT_EQ(p.faders[0].fadeLength, 600);
-    EXPECT_EQ(p.faders[0].color, 0xFFFFFF);
-    EXPECT_EQ(p.faders[0].fadeOut, 0); // the key counts, not its value
-    ASSERT_EQ(p.extraCount, 1);
-    EXPECT_STREQ(p.extras[0].directory, "xport");
-    EXPECT_STREQ(p.extras[0].filename, "x.quab");
-    EXPECT_EQ(p.extras[0].time, 8); // octal
-    EXPECT_EQ(p.extras[0].length, 3000);
-    EXPECT_EQ(p.extras[0].reuseObjects, 0); // a script can not set these two
-    EXPECT_EQ(p.extras[0].flushObjects, 0);
-    ASSERT_EQ(p.shaderCount, 1);
-    EXPECT_STREQ(p.shaders[0].name, "Blur.hlsl");
-    EXPECT_EQ(p.shaders[0].time, -5);
-    EXPECT_EQ(p.shaders[0].length, 7);
+    EXPECT_EQ(allOf(*demo), "tunes|pal|fx files"
+                            "\npart 16000 1 0 a b.mp3|p.pal|xport|scene_tst_2_v002.quab 0.1 500 1 2 2 9"
+                            // The key fadein counts, not its value.
+                            "\nfader 0 500 600 16777215 0"
+                            // An octal time; the last two can not be set by a script.
+                            "\nextra xport|x.quab 8 3000 0 0"
+                            "\nshader Blur.hlsl -5 7");
 }
 
 TEST_F(Script, FillsInDefaults) {
-    const QbDemoPart& p = part("fader.3.time=7\nextra.0.directory=\nextra.0.filename=\nshader.1.name=s\n");
-    EXPECT_EQ(p.time, -1);
-    EXPECT_EQ(p.timeBase, -1);
-    EXPECT_STREQ(p.filename, "");
-    EXPECT_FLOAT_EQ(p.cameraNear, 0.01F);
-    EXPECT_FLOAT_EQ(p.cameraFar, 3000.0F);
-    EXPECT_EQ(p.paletteChannel, -1);
-    EXPECT_EQ(p.paletteValue, -1);
-    EXPECT_EQ(p.faders[0].length, 1000);
-    EXPECT_EQ(p.faders[0].fadeLength, 1000);
-    EXPECT_EQ(p.faders[0].color, 0);
-    EXPECT_EQ(p.faders[0].fadeOut, 1);
-    EXPECT_EQ(p.extraCount, 1);
-    EXPECT_EQ(p.extras[0].length + p.shaders[0].length, 0);
-    EXPECT_STREQ(demo->musicDirectory, "");
+    ASSERT_EQ(
+        parse("[part]\nfader.3.time=7\nextra.0.directory=\nextra.0.filename=\nshader.1.name=s\nmusic=m\n"),
+        0);
+    EXPECT_EQ(allOf(*demo), "||\npart -1 0 -1 m||| 0.01 3000 0 0 -1 -1\nfader 7 1000 1000 0 1\n"
+                            "extra | 0 0 0 0\nshader s 0 0");
 }
 
 TEST_F(Script, TakesEverySectionWithPartInItsNameInFileOrder) {
@@ -116,27 +101,26 @@ TEST_F(Script, TakesEverySectionWithPartInItsNameInFileOrder) {
 }
 
 TEST_F(Script, ReadsTheFirstPaletteChannelThatIsSet) {
-    struct Case {
-        const char* keys;
-        int channel, value;
+    const std::tuple<const char*, int, int> cases[] = {
+        {"palette.r=-1\npalette.g=7\npalette.b=8\n", 1, 7},
+        {"palette.r=0\npalette.g=7\n", 0, 0},
+        {"palette.b=0x10\n", 2, 16},
+        {"palette.b=-1\n", -1, -1},
     };
-    for (const Case& c :
-         {Case{"palette.r=-1\npalette.g=7\npalette.b=8\n", 1, 7}, Case{"palette.r=0\npalette.g=7\n", 0, 0},
-          Case{"palette.b=0x10\n", 2, 16}, Case{"palette.b=-1\n", -1, -1}}) {
-        EXPECT_EQ(part(c.keys).paletteChannel, c.channel) << c.keys;
-        EXPECT_EQ(demo->parts[0].paletteValue, c.value) << c.keys;
+    for (const auto& [keys, channel, value] : cases) {
+        EXPECT_EQ(part(keys).paletteChannel, channel) << keys;
+        EXPECT_EQ(demo->parts[0].paletteValue, value) << keys;
     }
 }
 
 TEST_F(Script, LeavesAMalformedCameraRangeAtZero) {
-    struct Case {
-        const char* value;
-        float near, far;
+    const std::tuple<const char*, float, float> cases[] = {
+        {"1.5 20", 1.5F, 20.0F}, {"1.5", 1.5F, 0.0F}, {"1,5 20", 1.0F, 0.0F},
+        {"far", 0.0F, 0.0F},     {"", 0.0F, 0.0F},    {"nan inf", 0.0F, 0.0F},
     };
-    for (const Case& c : {Case{"1.5 20", 1.5F, 20.0F}, Case{"1.5", 1.5F, 0.0F}, Case{"1,5 20", 1.0F, 0.0F},
-                          Case{"far", 0.0F, 0.0F}, Case{"", 0.0F, 0.0F}, Case{"nan inf", 0.0F, 0.0F}}) {
-        EXPECT_EQ(part("camerarange=" + std::string(c.value) + "\n").cameraNear, c.near) << c.value;
-        EXPECT_EQ(demo->parts[0].cameraFar, c.far) << c.value;
+    for (const auto& [value, near, far] : cases) {
+        EXPECT_EQ(part("camerarange=" + std::string(value) + "\n").cameraNear, near) << value;
+        EXPECT_EQ(demo->parts[0].cameraFar, far) << value;
     }
 }
 
@@ -190,13 +174,12 @@ TEST_F(Script, HoldsTextsOf127Characters) {
 }
 
 TEST_F(Script, RefusesWhatIsNoScript) {
-    EXPECT_EQ(qbDemoParse(demo.get(), nullptr), -1);
-    EXPECT_EQ(message(), "Fail to load (null)");
     EXPECT_EQ(parse("[part]\nno key\n"), -1);
     EXPECT_EQ(message(), "Fail to parse ini");
     EXPECT_EQ(parse("[setup]\n"), -1);
     EXPECT_EQ(message(), "No parts!");
     messages.texts().clear();
+    EXPECT_EQ(qbDemoParse(demo.get(), nullptr), -1);
     EXPECT_EQ(qbDemoParse(demo.get(), "missing.demo.ini"), -1);
-    EXPECT_EQ(message(), "Fail to parse ini");
+    EXPECT_EQ(messages.texts(), (std::vector<std::string>{"Fail to load (null)", "Fail to parse ini"}));
 }

@@ -1,8 +1,11 @@
+#include "engine/camera.h"
 #include "engine/engine.h"
+#include "engine/fader.h"
 #include "engine/fixture.h"
-#include "engine/x_client.h"
+#include "engine/lights.h"
 #include "support/messages.h"
 
+#include <X11/Xlib.h> // behind the others, which its macros break
 #include <cstdlib>
 #include <cstring>
 #include <irrlicht/irrlicht.h>
@@ -16,36 +19,55 @@ static bool isCleared() {
     return memcmp(qbEngineGet(), &cleared, sizeof(cleared)) == 0;
 }
 
-static unsigned long windowOf(const QbEngine* engine) {
-    return engine->driver->getExposedVideoData().OpenGLLinux.X11Window;
+static void askToClose(unsigned long window) {
+    Display* display = XOpenDisplay(nullptr);
+    XEvent event = {};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = window;
+    event.xclient.message_type = XInternAtom(display, "WM_PROTOCOLS", False);
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = static_cast<long>(XInternAtom(display, "WM_DELETE_WINDOW", False));
+    XSendEvent(display, window, False, NoEventMask, &event);
+    XCloseDisplay(display);
+}
+
+static void destroy(unsigned long window) {
+    Display* display = XOpenDisplay(nullptr);
+    XDestroyWindow(display, window);
+    XCloseDisplay(display);
 }
 
 namespace {
 
-// Counts the calls of a renderer that draws nothing but the clear colour.
+// Counts the calls of a renderer that draws nothing.
 struct Renderer {
     static inline int created, drawn, freed, result;
     static int create() {
         ++created;
         return result;
     }
-    static void drawFrame() {
-        ++drawn;
-        qbEngineGet()->driver->beginScene(true, true, video::SColor(255, 0, 200, 0));
-        qbEngineEndScene();
-    }
+    static void drawFrame() { ++drawn; }
     static void free() { ++freed; }
-    static void reset(int createResult) {
+    static void set(int createResult) {
+        static const QbRendererOps ops = {create, drawFrame, free};
         created = drawn = freed = 0;
         result = createResult;
+        qbEngineSetRenderer(&ops);
     }
-    static inline const QbRendererOps ops = {create, drawFrame, free};
 };
 
-class DeviceTest : public EngineTest {};
+class DeviceTest : public EngineTest {
+protected:
+    static void expectSize(int width, int height) {
+        int size[2] = {};
+        qbEngineFrameSize(&size[0], &size[1]);
+        EXPECT_EQ(size[0], width);
+        EXPECT_EQ(size[1], height);
+    }
+};
 
 // Opens by itself.
-class OpenTest : public EngineTest {
+class OpenTest : public DeviceTest {
     void SetUp() override {}
 };
 
@@ -53,16 +75,8 @@ class OpenTest : public EngineTest {
 
 TEST_F(DeviceTest, StandsAsSettledWhenNothingWasAskedFor) {
     const QbEngine* engine = qbEngineGet();
-    int width = 0;
-    int height = 0;
-    qbEngineFrameSize(&width, &height);
-    EXPECT_EQ(width, 640);
-    EXPECT_EQ(height, 480);
-    EXPECT_EQ(engine->width, 640);
-    EXPECT_EQ(engine->height, 480);
+    expectSize(640, 480);
     EXPECT_EQ(engine->bits, 32);
-    EXPECT_EQ(engine->antialiasRequested, 0);
-    EXPECT_EQ(engine->lightPrePass, 1);
     EXPECT_EQ(engine->ride, 0);
     EXPECT_FALSE(engine->device->isFullscreen());
     EXPECT_TRUE(engine->device->getCursorControl()->isVisible());
@@ -75,23 +89,6 @@ TEST_F(DeviceTest, StandsAsSettledWhenNothingWasAskedFor) {
     EXPECT_EQ(qbIdListCapacity(engine->lights), 1000);
     EXPECT_EQ(qbIdListCapacity(engine->fxemitters), 1000);
     EXPECT_EQ(qbIdListCapacity(engine->musics), 50);
-    EXPECT_EQ(qbEngineBackground(), 0U);
-
-    video::SColor color;
-    video::E_FOG_TYPE type = video::EFT_FOG_EXP;
-    float start = 0;
-    float end = 0;
-    float density = 0;
-    bool perPixel = false;
-    bool range = true;
-    engine->driver->getFog(color, type, start, end, density, perPixel, range);
-    EXPECT_EQ(color.color, 0x008A517DU);
-    EXPECT_EQ(type, video::EFT_FOG_LINEAR);
-    EXPECT_FLOAT_EQ(start, 2000.0F);
-    EXPECT_FLOAT_EQ(end, 12000.0F);
-    EXPECT_FLOAT_EQ(density, 0.003F);
-    EXPECT_TRUE(perPixel);
-    EXPECT_FALSE(range);
 }
 
 TEST_F(OpenTest, TakesWhatWasAskedFor) {
@@ -105,13 +102,8 @@ TEST_F(OpenTest, TakesWhatWasAskedFor) {
     setup.cameraFar = 55.0F;
     ASSERT_EQ(qbEngineOpen(&setup), 0);
     const QbEngine* engine = qbEngineGet();
-    int width = 0;
-    int height = 0;
-    qbEngineFrameSize(&width, &height);
-    EXPECT_EQ(width, 321);
-    EXPECT_EQ(height, 123);
+    expectSize(321, 123);
     EXPECT_FALSE(engine->device->getCursorControl()->isVisible());
-    EXPECT_EQ(engine->ride, 1);
     EXPECT_TRUE(engine->camera->isInputReceiverEnabled());
     EXPECT_EQ(engine->antialiasRequested, 0);
     EXPECT_EQ(engine->lightPrePass, 1);
@@ -139,18 +131,16 @@ TEST_F(OpenTest, OpensAndClosesAgainInSilence) {
 TEST_F(OpenTest, RefusesSizesThatNoWindowHas) {
     const struct {
         int width, height;
-        const char* text;
-    } sizes[] = {
-        {0, 480, "a window of 0 x 480 pixels is not possible: width and height go from 1 to 16384"},
-        {640, -2, "a window of 640 x -2 pixels is not possible: width and height go from 1 to 16384"},
-        {16385, 1, "a window of 16385 x 1 pixels is not possible: width and height go from 1 to 16384"},
-    };
-    for (const auto& size : sizes) {
+        const char* size;
+    } sizes[] = {{0, 480, "0 x 480"}, {640, -2, "640 x -2"}, {16385, 1, "16385 x 1"}};
+    for (const auto& [width, height, size] : sizes) {
         const Messages messages;
-        setup.width = size.width;
-        setup.height = size.height;
+        setup.width = width;
+        setup.height = height;
         EXPECT_EQ(qbEngineOpen(&setup), -1);
-        EXPECT_EQ(messages.texts(), Texts{size.text});
+        EXPECT_EQ(messages.texts(), Texts{std::string("a window of ") + size +
+                                          " pixels is not possible: in quab-setup.ini give \"display\" a "
+                                          "width and a height from 1 to 16384"});
         EXPECT_TRUE(isCleared());
     }
 }
@@ -160,10 +150,9 @@ TEST_F(OpenTest, SaysThatThereIsNoDisplay) {
     const Messages messages;
     unsetenv("DISPLAY");
     testing::internal::CaptureStderr();
-    const int result = qbEngineOpen(&setup);
+    EXPECT_EQ(qbEngineOpen(&setup), -1);
     const std::string errors = testing::internal::GetCapturedStderr();
     setenv("DISPLAY", display.c_str(), 1);
-    EXPECT_EQ(result, -1);
     const Texts texts = {"fails to createDevice",
                          "there is no display: start a desktop session, or set DISPLAY to an X server"};
     EXPECT_EQ(messages.texts(), texts);
@@ -179,43 +168,38 @@ TEST_F(OpenTest, StaysOnItsFeetWithoutADevice) {
     qbEngineDrawFrame();
     qbEngineDrawOverlay();
     qbEngineEndScene();
-    uint8_t pixel[3];
-    int width = -1;
-    int height = -1;
-    EXPECT_EQ(qbEngineReadPixels(pixel, sizeof(pixel), &width, &height), -1);
-    EXPECT_EQ(width, 0);
-    EXPECT_EQ(height, 0);
-}
-
-// --- renderer -------------------------------------------------------------------------------------------
-
-TEST_F(OpenTest, LeavesTheFrameToTheRenderer) {
-    Renderer::reset(0);
-    qbEngineSetRenderer(&Renderer::ops);
-    ASSERT_EQ(qbEngineOpen(&setup), 0);
-    qbEngineDrawFrame();
-    EXPECT_EQ(Renderer::drawn, 1);
-    qbEngineClose();
-    qbEngineClose();
-    EXPECT_EQ(Renderer::created, 1);
-    EXPECT_EQ(Renderer::freed, 1);
-}
-
-TEST_F(OpenTest, ClosesWhatItOpenedWhenTheRendererFails) {
-    Renderer::reset(-1);
-    qbEngineSetRenderer(&Renderer::ops);
-    const Messages messages;
-    EXPECT_EQ(qbEngineOpen(&setup), -1);
-    EXPECT_EQ(messages.texts(), Texts{"fails to create renderer"});
-    EXPECT_EQ(Renderer::freed, 1);
+    qbCameraSetRange(1, 2);
+    qbCameraSetFov(60);
+    qbCameraSetPosition(1, 2, 3);
+    qbCameraSetRotation(1, 2, 3);
+    qbFaderOut(10, 0);
+    qbFaderRemove();
+    qbLightCreate(0);
     EXPECT_TRUE(isCleared());
-    EXPECT_EQ(qbEngineClose(), 0);
+    uint8_t pixel[3];
+    int size[2] = {-1, -1};
+    EXPECT_EQ(qbEngineReadPixels(pixel, sizeof(pixel), &size[0], &size[1]), -1);
+    EXPECT_EQ(size[0], 0);
+    EXPECT_EQ(size[1], 0);
+}
 
+TEST_F(OpenTest, LeavesTheFrameToTheRendererAndClosesWhenItFails) {
+    const Messages messages;
+    for (const int result : {0, -1}) {
+        Renderer::set(result);
+        EXPECT_EQ(qbEngineOpen(&setup), result);
+        EXPECT_EQ(isCleared(), result != 0);
+        qbEngineDrawFrame();
+        qbEngineClose();
+        qbEngineClose();
+        EXPECT_EQ(Renderer::created, 1);
+        EXPECT_EQ(Renderer::drawn, result == 0 ? 1 : 0);
+        EXPECT_EQ(Renderer::freed, 1);
+    }
+    EXPECT_EQ(messages.texts(), Texts{"fails to create renderer"});
     qbEngineSetRenderer(nullptr);
     EXPECT_EQ(qbEngineOpen(&setup), 0);
 }
-
-// --- ends -----------------------------------------------------------------------------------------------
 
 TEST_F(DeviceTest, IsOverAtEscape) {
     SEvent event = {};
@@ -230,23 +214,17 @@ TEST_F(DeviceTest, IsOverAtEscape) {
     EXPECT_EQ(qbEngineIsOver(), 0) << "the key still counts as down in the next window";
 }
 
-TEST_F(DeviceTest, IsOverWhenTheWindowIsAskedToClose) {
-    EXPECT_EQ(qbEngineIsOver(), 0);
-    qbEngineDrawFrame();
-    xClientAskToClose(windowOf(qbEngineGet()));
-    EXPECT_EQ(qbEngineIsOver(), 1);
-}
-
-TEST_F(DeviceTest, IsOverWhenTheWindowIsDestroyed) {
-    EXPECT_EQ(qbEngineIsOver(), 0);
-    xClientDestroy(windowOf(qbEngineGet()));
-    testing::internal::CaptureStderr();
-    int rounds = 0;
-    while (rounds < 10 && qbEngineIsOver() == 0) {
-        qbEngineDrawFrame();
-        ++rounds;
+TEST_F(DeviceTest, IsOverWhenTheWindowIsClosedOrDestroyed) {
+    for (const auto end : {askToClose, destroy}) {
+        ASSERT_EQ(qbEngineOpen(&setup), 0);
+        EXPECT_EQ(qbEngineIsOver(), 0);
+        end(qbEngineGet()->driver->getExposedVideoData().OpenGLLinux.X11Window);
+        testing::internal::CaptureStderr();
+        int rounds = 0;
+        for (; rounds < 10 && qbEngineIsOver() == 0; ++rounds)
+            qbEngineDrawFrame();
+        qbEngineClose();
+        EXPECT_LT(rounds, 10);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     }
-    qbEngineClose();
-    EXPECT_LT(rounds, 10);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }

@@ -17,12 +17,14 @@ protected:
     }
     static const Picture& drawAt(int time) {
         now = time;
-        qbEngineTime();
         return draw();
     }
     // Irrlicht rounds the opacity to one of 255 steps, and the blend rounds once more.
-    static bool isNear(const Pixel& pixel, const Pixel& wanted) {
-        return abs(pixel.r - wanted.r) <= 2 && abs(pixel.g - wanted.g) <= 2 && abs(pixel.b - wanted.b) <= 2;
+    static void expectNear(const Pixel& wanted) {
+        const Pixel pixel = picture.at(320, 240);
+        EXPECT_TRUE(abs(pixel.r - wanted.r) <= 2 && abs(pixel.g - wanted.g) <= 2 &&
+                    abs(pixel.b - wanted.b) <= 2)
+            << pixel << " at " << now;
     }
     static constexpr Pixel background = {0, 0, 200};
     static constexpr Pixel color = {255, 128, 0};
@@ -31,32 +33,28 @@ protected:
 } // namespace
 
 TEST_F(FaderTest, GoesOutToTheColorAndStaysThere) {
-    qbFaderOut(1000, COLOR);
-    EXPECT_EQ(drawAt(0).at(320, 240), background);
-    EXPECT_PRED2(isNear, drawAt(250).at(320, 240), (Pixel{64, 32, 150}));
-    EXPECT_PRED2(isNear, drawAt(500).at(320, 240), (Pixel{128, 64, 100}));
-    EXPECT_EQ(drawAt(1000).count(color), 640 * 480) << "the fader does not cover the screen";
-    EXPECT_EQ(drawAt(50000).at(320, 240), color);
+    for (const uint32_t alpha : {0U, 0x80U, 0xFFU}) {
+        qbFaderOut(1000, alpha << 24 | COLOR);
+        const int start = now;
+        EXPECT_EQ(drawAt(start).at(320, 240), background);
+        drawAt(start + 250);
+        expectNear({64, 32, 150});
+        drawAt(start + 500);
+        expectNear({128, 64, 100});
+        EXPECT_EQ(drawAt(start + 1000).count(color), 640 * 480) << "the fader does not cover the screen";
+        EXPECT_EQ(drawAt(start + 50000).at(320, 240), color);
+    }
     qbFaderRemove();
     EXPECT_EQ(draw().at(320, 240), background);
-    EXPECT_EQ(qbEngineGet()->fader, nullptr);
 }
 
 TEST_F(FaderTest, ComesInFromTheColor) {
     qbFaderIn(1000, COLOR);
     EXPECT_EQ(drawAt(0).count(color), 640 * 480);
-    EXPECT_PRED2(isNear, drawAt(500).at(320, 240), (Pixel{128, 64, 100}));
+    drawAt(500);
+    expectNear({128, 64, 100});
     EXPECT_EQ(drawAt(1000).at(320, 240), background);
     EXPECT_EQ(drawAt(50000).at(320, 240), background);
-    EXPECT_NE(qbEngineGet()->fader, nullptr);
-}
-
-TEST_F(FaderTest, PaysNoHeedToTheAlphaOfTheColor) {
-    for (const uint32_t alpha : {0U, 0x80U, 0xFFU}) {
-        qbFaderOut(1000, alpha << 24 | COLOR);
-        now += 500;
-        EXPECT_PRED2(isNear, drawAt(now).at(320, 240), (Pixel{128, 64, 100})) << alpha;
-    }
 }
 
 TEST_F(FaderTest, ANewFaderReplacesTheOld) {
@@ -74,12 +72,4 @@ TEST_F(FaderTest, AFadeWithoutLengthIsDoneAtOnce) {
         qbFaderIn(length, COLOR);
         EXPECT_EQ(drawAt(0).at(320, 240), background) << length;
     }
-}
-
-TEST_F(FaderTest, DoesNothingWithoutADevice) {
-    qbFaderOut(10, COLOR);
-    qbEngineClose();
-    qbFaderRemove();
-    qbFaderOut(10, COLOR);
-    EXPECT_EQ(qbEngineGet()->fader, nullptr);
 }

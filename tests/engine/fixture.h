@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <gtest/gtest.h>
+#include <irrlicht/irrlicht.h>
 #include <ostream>
 #include <vector>
 
@@ -56,6 +57,16 @@ protected:
     static const Picture& draw() {
         qbEngineDrawFrame();
         return picture;
+    }
+
+    // Red pixels (200, 0, 0) as a file.
+    static void writePicture(const char* name, int width, int height) {
+        irr::video::IVideoDriver* driver = qbEngineGet()->driver;
+        const irr::core::dimension2du size(static_cast<unsigned>(width), static_cast<unsigned>(height));
+        irr::video::IImage* image = driver->createImage(irr::video::ECF_R8G8B8, size);
+        image->fill(irr::video::SColor(255, 200, 0, 0));
+        driver->writeImageToFile(image, name);
+        image->drop();
     }
 
     // A clock that tests turn by hand.

@@ -49,31 +49,20 @@ private:
         address.sun_family = AF_UNIX;
         const std::string name = "/tmp/.X11-unix/X" + std::to_string(number);
         memcpy(address.sun_path + 1, name.data(), name.size());
-        const size_t length = offsetof(sockaddr_un, sun_path) + 1 + name.size();
-        return bind(listener_, reinterpret_cast<const sockaddr*>(&address), static_cast<socklen_t>(length)) ==
-               0;
+        const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
+        return bind(listener_, reinterpret_cast<const sockaddr*>(&address), size) == 0;
     }
     int listener_, number_;
     std::thread thread_;
 };
 
-int askWith(const std::string& display) {
-    setenv("DISPLAY", display.c_str(), 1);
-    return qbProcessHasDisplay();
-}
-
-std::string field(const std::string& text) {
-    return std::string{'\0', static_cast<char>(text.size())} + text;
-}
-
-// One entry of an authority file, of this machine.
-std::string entry(const std::string& number, const std::string& scheme, const std::string& cookie) {
-    return std::string("\x01\x00", 2) + field("host") + field(number) + field(scheme) + field(cookie);
-}
-
 class Display : public testing::Test {
 protected:
     void SetUp() override { setenv("XAUTHORITY", (directory.path() + "/authority").c_str(), 1); }
+    static int askWith(const std::string& display) {
+        setenv("DISPLAY", display.c_str(), 1);
+        return qbProcessHasDisplay();
+    }
     TemporaryDirectory directory;
 };
 
@@ -92,19 +81,17 @@ TEST_F(Display, AnswersUnderEachFormOfItsName) {
         // Byte order, a blank, version 11.0 and no authority: 12 bytes.
         return request == std::string("l\0\x0B\0\0\0\0\0\0\0\0\0", 12) ? "\x01" : "";
     });
-    for (const char* form : {":", "unix:", "unix/host:"}) {
-        EXPECT_EQ(askWith(form + server.number()), 1) << form;
-        EXPECT_EQ(askWith(form + server.number() + ".0"), 1) << form;
-    }
+    for (const std::string form : {":", "unix:", "unix/host:"})
+        for (const char* screen : {"", ".0"})
+            EXPECT_EQ(askWith(form + server.number() + screen), 1) << form << screen;
 }
 
 TEST_F(Display, IsAbsentWhenTheServerRefusesHangsOrHangsUp) {
     const Server refusing([](const std::string&) { return std::string("\0", 1); });
-    EXPECT_EQ(askWith(":" + refusing.number()), 0);
-    const Server silent(nullptr); // takes the connection and never says a word
-    EXPECT_EQ(askWith(":" + silent.number()), 0);
+    const Server silent(nullptr);
     const Server closing([](const std::string&) { return std::string(); });
-    EXPECT_EQ(askWith(":" + closing.number()), 0);
+    for (const Server* server : {&refusing, &silent, &closing})
+        EXPECT_EQ(askWith(":" + server->number()), 0);
 }
 
 TEST_F(Display, OffersEveryCookieOfTheDisplay) {
@@ -113,6 +100,13 @@ TEST_F(Display, OffersEveryCookieOfTheDisplay) {
         cookies.push_back(request.size() == 48 ? request.substr(32) : ""); // 12 bytes, the scheme's 18 in 20
         return cookies.back() == "rightrightright1" ? std::string("\x01") : std::string("\0", 1);
     });
+    // Of this machine: each field has its length ahead.
+    const auto entry = [](const std::string& number, const std::string& scheme, const std::string& cookie) {
+        std::string text("\x01\x00", 2);
+        for (const std::string& field : {std::string("host"), number, scheme, cookie})
+            text += std::string{'\0', static_cast<char>(field.size())} + field;
+        return text;
+    };
     const std::string scheme = "MIT-MAGIC-COOKIE-1";
     const std::string file = entry("1", scheme, "otherotherother1") +
                              entry(server.number(), "XDM", "not this one at ") +

@@ -19,13 +19,11 @@ TEST(Message, GoesToTheErrorStreamAndTheSink) {
 }
 
 TEST(Message, IsCutAt1023Characters) {
-    const Messages messages;
     testing::internal::CaptureStderr();
     testing::internal::CaptureStdout();
     const std::string text(2000, 'm');
     qbMessage("%s", text.c_str());
     qbTrace("%s", text.c_str());
-    EXPECT_EQ(messages.texts().at(0), std::string(1023, 'm'));
     EXPECT_EQ(testing::internal::GetCapturedStderr(), std::string(1023, 'm') + "\n");
     EXPECT_EQ(testing::internal::GetCapturedStdout(), std::string(1023, 'm')); // no line end of its own
 }

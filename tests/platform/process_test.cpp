@@ -2,11 +2,10 @@
 #include "platform/text_alias.h"
 
 #include <clocale>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
-#include <memory>
 #include <string>
 
 TEST(Process, KeepsNumbersPlainWhateverALibraryDoes) {
@@ -29,11 +28,8 @@ TEST(Process, KnowsItsProgramAndClock) {
 }
 
 static std::string contents(const std::string& name) {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(fopen(name.c_str(), "r"), fclose);
-    std::string text;
-    for (int c; (c = fgetc(file.get())) != EOF;)
-        text += static_cast<char>(c);
-    return text;
+    std::ifstream file(name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 TEST(TextAlias, OpensAgainAndAgainUntilReleased) {

@@ -3,11 +3,10 @@
 #include "engine/camera.h"
 #include "engine/engine.h"
 #include "engine/lights.h"
-#include "platform/message.h"
 #include "scene/runtime/objects.h"
+#include "support/fake.h"
+#include "support/messages.h"
 
-#include <cstdarg>
-#include <cstdio>
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
@@ -30,20 +29,12 @@ struct World {
 
 World world;
 
-[[gnu::format(printf, 1, 2)]] void record(const char* format, ...) {
-    char text[256];
-    va_list arguments;
-    va_start(arguments, format);
-    std::vsnprintf(text, sizeof text, format, arguments);
-    va_end(arguments);
-    world.calls.emplace_back(text);
-}
-
 using Strings = std::vector<std::string>;
 
 class ObjectView : public testing::Test {
 protected:
     void SetUp() override { world = World(); }
+    Messages messages;
 
     // The calls of the frames, without the set-up and the release.
     static Strings view(std::vector<std::function<void()>> frames) {
@@ -66,91 +57,44 @@ protected:
 
 } // namespace
 
-void qbMessage(const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    char text[256];
-    std::vsnprintf(text, sizeof text, format, arguments);
-    va_end(arguments);
-    record("message %s", text);
+static void record(const std::string& call) {
+    world.calls.push_back(call);
 }
+
 int qbEngineIsOver() {
     if (world.frame == world.frames.size()) return 1;
     world.frames[world.frame++]();
     return 0;
 }
-int qbEngineTime() {
-    return world.now;
-}
-int qbEngineIsActive() {
-    return world.active ? 1 : 0;
-}
-void qbEngineSleep(int milliseconds) {
-    record("sleep %d", milliseconds);
-}
+FAKE(int, qbEngineTime, (), world.now)
+FAKE(int, qbEngineIsActive, (), world.active)
+FAKE(void, qbEngineSleep, (int milliseconds), record(callText("sleep", milliseconds)))
 void qbEngineDrawFrame() {}
-void qbEngineSetBackground(uint32_t color) {
-    record("background %06X", color);
-}
-uint8_t qbKeyLeft() {
-    return world.left ? 1 : 0;
-}
-uint8_t qbKeyRight() {
-    return world.right ? 1 : 0;
-}
-uint8_t qbKeyUp() {
-    return world.up ? 1 : 0;
-}
-uint8_t qbKeyDown() {
-    return world.down ? 1 : 0;
-}
-int qbMouseButtons() {
-    return world.buttons;
-}
-int qbMouseX() {
-    return world.x;
-}
-int qbMouseY() {
-    return world.y;
-}
-int qbMouseWheel() {
-    return world.wheel;
-}
-void qbLightCreate(int id) {
-    record("light %d", id);
-}
-void qbLightSetDirectional(int id) {
-    record("directional %d", id);
-}
-void qbCameraSetPosition(float x, float y, float z) {
-    record("camera %g %g %g", x, y, z);
-}
-void qbObjectLoad(const char* name, int id) {
-    record("load %s %d", name, id);
-}
-bool qbObjectExists(int) {
-    return world.loads;
-}
-float qbObjectDepth(int) {
-    return world.depth;
-}
-int qbObjectFrameCount(int) {
-    return world.frameCount;
-}
-void qbObjectFree(int) {
-    record("free");
-}
-void qbObjectSetRotation(int, float x, float y, float z) {
-    record("turn %g %g %g", x, y, z);
-}
-void qbObjectSetFrame(int, float frame) {
-    record("frame %g", frame);
-}
+FAKE(void, qbEngineSetBackground, (uint32_t color), record(callText("background", color)))
+FAKE(uint8_t, qbKeyLeft, (), world.left)
+FAKE(uint8_t, qbKeyRight, (), world.right)
+FAKE(uint8_t, qbKeyUp, (), world.up)
+FAKE(uint8_t, qbKeyDown, (), world.down)
+FAKE(int, qbMouseButtons, (), world.buttons)
+FAKE(int, qbMouseX, (), world.x)
+FAKE(int, qbMouseY, (), world.y)
+FAKE(int, qbMouseWheel, (), world.wheel)
+FAKE(void, qbLightCreate, (int id), record(callText("light", id)))
+FAKE(void, qbLightSetDirectional, (int id), record(callText("directional", id)))
+FAKE(void, qbCameraSetPosition, (float x, float y, float z), record(callText("camera", x, y, z)))
+FAKE(void, qbObjectLoad, (const char* name, int id), record(callText("load", name, id)))
+FAKE(bool, qbObjectExists, (int), world.loads)
+FAKE(float, qbObjectDepth, (int), world.depth)
+FAKE(int, qbObjectFrameCount, (int), world.frameCount)
+FAKE(void, qbObjectFree, (int), record(callText("free")))
+FAKE(void, qbObjectSetRotation, (int, float x, float y, float z), record(callText("turn", x, y, z)))
+FAKE(void, qbObjectSetFrame, (int, float frame), record(callText("frame", frame)))
 
 TEST_F(ObjectView, SetsUpLightBackgroundAndDistance) {
     view({});
-    EXPECT_EQ(world.calls, (Strings{"load thing.x 1", "light 1", "directional 1", "background 113366",
-                                    "turn 0 0 0", "camera 0 0 -60", "free"}));
+    EXPECT_EQ(world.calls,
+              (Strings{"load thing.x 1", "light 1", "directional 1", "background " + std::to_string(0x113366),
+                       "turn 0 0 0", "camera 0 0 -60", "free"}));
     world = World();
     world.depth = 0.0F; // a flat mesh still gets a distance
     view({});
@@ -160,7 +104,8 @@ TEST_F(ObjectView, SetsUpLightBackgroundAndDistance) {
 TEST_F(ObjectView, AMissingMeshSaysSo) {
     world.loads = false;
     EXPECT_EQ(qbObjectView("thing.x"), -1);
-    EXPECT_EQ(world.calls, (Strings{"load thing.x 1", "message Failed to load object thing.x\n"}));
+    EXPECT_EQ(world.calls, (Strings{"load thing.x 1"}));
+    EXPECT_EQ(Messages::texts(), (Strings{"Failed to load object thing.x\n"}));
 }
 
 TEST_F(ObjectView, DraggingTurnsWithTheLeftButtonAlone) {
@@ -170,7 +115,7 @@ TEST_F(ObjectView, DraggingTurnsWithTheLeftButtonAlone) {
     EXPECT_EQ(calls, (Strings{"turn 0 -5 0", "turn 2 -5 0", "turn 2 -6 0"}));
 }
 
-TEST_F(ObjectView, KeysTurnAndZoomAFrameAtATime) {
+TEST_F(ObjectView, KeysTurnAndZoomAFrameAtATimeAndTheWheelZooms) {
     const Strings calls = view({[] { world.left = world.right = true; },
                                 [] {
                                     world.left = false;
@@ -178,9 +123,9 @@ TEST_F(ObjectView, KeysTurnAndZoomAFrameAtATime) {
                                 },
                                 [] { world.right = world.up = false; }, [] { world.down = false; }});
     EXPECT_EQ(calls, (Strings{"turn 0 1 0", "turn 0 0 0", "camera 0 0 -61", "camera 0 0 -60"}));
-}
 
-TEST_F(ObjectView, TheWheelMovesByATwentiethOfTheDepth) {
+    // The wheel moves by a twentieth of the depth.
+    world = World();
     EXPECT_EQ(view({[] { world.wheel = 3; }, [] {}, [] { world.wheel = 1; }}),
               (Strings{"camera 0 0 -54", "camera 0 0 -58"}));
 }
@@ -192,9 +137,7 @@ TEST_F(ObjectView, AnimationLoopsAtThirtyFramesASecond) {
     world = World();
     world.frameCount = 200000000; // a turn of 77 days
     EXPECT_EQ(view({[] { world.now = 2000000000; }}), (Strings{"frame 6e+07"}));
-}
-
-TEST_F(ObjectView, SleepsInTheBackground) {
+    world = World();
     world.active = false;
-    EXPECT_EQ(view({[] {}}), (Strings{"sleep 20"}));
+    EXPECT_EQ(view({[] {}}), (Strings{"sleep 20"})); // in the background
 }

@@ -2,9 +2,10 @@
 
 #include "engine/engine.h"
 #include "platform/dialog/dialog.h"
-#include "platform/message.h"
 #include "scene/format/tables.h"
 #include "scene/runtime/slots.h"
+#include "support/fake.h"
+#include "support/messages.h"
 
 #include <functional>
 #include <gtest/gtest.h>
@@ -25,7 +26,7 @@ struct World {
     std::vector<std::function<void()>> frames; // what the user and the clock do before each frame
     size_t frame = 0;
     std::vector<int> updates;
-    std::vector<std::string> calls, texts, messages;
+    std::vector<std::string> calls, texts;
     int sleeps = 0, drawn = 0;
 };
 
@@ -33,11 +34,9 @@ World world;
 
 class SceneView : public testing::Test {
 protected:
-    void SetUp() override {
-        world = World();
-        qbMessageSetSink([](const char* text) { world.messages.emplace_back(text); });
-    }
-    void TearDown() override { qbMessageSetSink(nullptr); }
+    void SetUp() override { world = World(); }
+    Messages sink;
+    std::vector<std::string>& messages = Messages::texts();
 
     static void play(std::vector<std::function<void()>> frames, uint32_t flags = 0, int32_t frameStart = 0) {
         world.frames = std::move(frames);
@@ -56,80 +55,55 @@ protected:
 };
 
 using Ints = std::vector<int>;
+using Strings = std::vector<std::string>;
 
 } // namespace
+
+static int record(const std::string& call, int answer = 0) {
+    world.calls.push_back(call);
+    return answer;
+}
 
 int qbEngineIsOver() {
     if (world.frame == world.frames.size()) return 1;
     world.frames[world.frame++]();
     return 0;
 }
-int qbEngineTime() {
-    return world.now;
-}
-int qbEngineIsActive() {
-    return world.active ? 1 : 0;
-}
-void qbEngineSleep(int milliseconds) {
-    world.sleeps += milliseconds;
-}
-void qbEngineDrawFrame() {
-    ++world.drawn;
-}
+FAKE(int, qbEngineTime, (), world.now)
+FAKE(int, qbEngineIsActive, (), world.active)
+FAKE(void, qbEngineSleep, (int milliseconds), world.sleeps += milliseconds)
+FAKE(void, qbEngineDrawFrame, (), ++world.drawn)
 void qbEngineText(int x, int y, const char* text) {
     EXPECT_EQ(x, 0);
     EXPECT_EQ(y, 0);
     world.texts.emplace_back(text);
 }
-uint8_t qbKeyEnter() {
-    return world.enter ? 1 : 0;
-}
-uint8_t qbKeySpace() {
-    return world.space ? 1 : 0;
-}
-uint8_t qbKeyShift() {
-    return world.shift ? 1 : 0;
-}
-uint8_t qbKeyLeft() {
-    return world.left ? 1 : 0;
-}
-uint8_t qbKeyRight() {
-    return world.right ? 1 : 0;
-}
+FAKE(uint8_t, qbKeyEnter, (), world.enter)
+FAKE(uint8_t, qbKeySpace, (), world.space)
+FAKE(uint8_t, qbKeyShift, (), world.shift)
+FAKE(uint8_t, qbKeyLeft, (), world.left)
+FAKE(uint8_t, qbKeyRight, (), world.right)
 int qbSceneLoad(const char* filename, int slot, int object, int light, int emitter, int reuse,
                 const char* directory, int isExtra) {
     world.calls.push_back("load " + std::string(filename) + " in '" + directory + "'");
     EXPECT_EQ((Ints{slot, object, light, emitter, reuse, isExtra}), (Ints{1, 1, 0, 0, 0, 0}));
     return world.load;
 }
-void qbSceneFree(int slot) {
-    world.calls.push_back("free " + std::to_string(slot));
-}
-void qbSceneStart(int slot) {
-    world.calls.push_back("start " + std::to_string(slot));
-}
+FAKE(void, qbSceneFree, (int slot), record(callText("free", slot)))
+FAKE(void, qbSceneStart, (int slot), record(callText("start", slot)))
 void qbSceneUpdate(int slot, int32_t time) {
     EXPECT_EQ(slot, 1);
     world.updates.push_back(time);
 }
 int qbSceneDurationMs(int) {
     if (world.duration) return *world.duration;
-    return world.framesPerSecond == 0 ? 0
-                                      : (world.lastFrame - world.firstFrame) * 1000 / world.framesPerSecond;
+    const int fps = world.framesPerSecond;
+    return fps == 0 ? 0 : (world.lastFrame - world.firstFrame) * 1000 / fps;
 }
-int qbSceneFramesPerSecond(int) {
-    return world.framesPerSecond;
-}
-int qbSceneFirstFrame(int) {
-    return world.firstFrame;
-}
-int qbSceneSaveBinary(int, const char* path) {
-    world.calls.push_back("save " + std::string(path));
-    return world.save;
-}
-void qbSceneSetReportLoadErrors(int report) {
-    world.calls.push_back("report " + std::to_string(report));
-}
+FAKE(int, qbSceneFramesPerSecond, (int), world.framesPerSecond)
+FAKE(int, qbSceneFirstFrame, (int), world.firstFrame)
+FAKE(int, qbSceneSaveBinary, (int, const char* path), record(callText("save", path), world.save))
+FAKE(void, qbSceneSetReportLoadErrors, (int report), record(callText("report", report)))
 const char* qbOpenFileDialog(const char* title, const QbFileFilter* filters, int count) {
     world.calls.emplace_back(title);
     for (int i = 0; i < count; ++i)
@@ -141,30 +115,30 @@ QbSceneHandle* qbSceneOpen(const char* name) {
     world.calls.push_back("open " + std::string(name));
     return world.open == 0 ? &handle : nullptr;
 }
-void qbSceneClose(QbSceneHandle*) {
-    world.calls.emplace_back("close");
-}
-int qbSceneSave(QbSceneHandle*, const char* where) {
-    world.calls.push_back("save " + std::string(where));
-    return world.save;
-}
+FAKE(void, qbSceneClose, (QbSceneHandle*), record("close"))
+FAKE(int, qbSceneSave, (QbSceneHandle*, const char* path), record(callText("save", path), world.save))
 
 TEST_F(SceneView, PlaysByTheClockAndEndsPausedOnTheLastPicture) {
     play({at(0), at(40), at(3999), at(4100), at(4200), at(5000)});
     // The frame that passes the end shows it; the pause begins behind it, and its first frame shows the same
     // picture.
     EXPECT_EQ(world.updates, (Ints{0, 40, 3999, 4000, 4000}));
-    EXPECT_EQ(world.texts.front(), "Frame=10.00 time=0mn0sec0 millisec=0");
-    EXPECT_EQ(world.texts[1], "Frame=11.00 time=0mn0sec0 millisec=40");
-    EXPECT_EQ(world.texts[2], "Frame=109.97 time=0mn3sec9 millisec=3999");
+    EXPECT_EQ(Strings(world.texts.begin(), world.texts.begin() + 3),
+              (Strings{"Frame=10.00 time=0mn0sec0 millisec=0", "Frame=11.00 time=0mn0sec0 millisec=40",
+                       "Frame=109.97 time=0mn3sec9 millisec=3999"}));
     EXPECT_EQ(world.calls.back(), "free 1");
     EXPECT_EQ(world.drawn, 6 + 2); // two more show the emptied scene
-}
 
-TEST_F(SceneView, OverlayCountsMinutesSecondsAndTenths) {
+    world = World();
     world.lastFrame = 10 + 25 * 300;
     play({at(0), at(125678)});
     EXPECT_EQ(world.texts[1], "Frame=3151.95 time=2mn5sec6 millisec=125678");
+
+    world = World();
+    world.active = false;
+    play({at(0), at(100), at(200)}, QB_VIEW_PAUSED);
+    EXPECT_EQ(world.updates, (Ints{0})); // one picture, however long
+    EXPECT_EQ(world.sleeps, 3 * 200);
 }
 
 TEST_F(SceneView, SpaceActsOnThePressAndContinuesWhereItStood) {
@@ -172,9 +146,9 @@ TEST_F(SceneView, SpaceActsOnThePressAndContinuesWhereItStood) {
           key(1600, &World::space, false), key(2000, &World::space, true), key(2100, &World::space, false)});
     // Paused at 1000 (shown once more), left at 2000, so that 2100 is position 1100.
     EXPECT_EQ(world.updates, (Ints{0, 1000, 1000, 1100}));
-}
 
-TEST_F(SceneView, SpaceOnTheLastPictureStartsAgain) {
+    // On the last picture it starts again.
+    world = World();
     play({at(0), at(5000), key(6000, &World::space, true), key(6100, &World::space, false)});
     EXPECT_EQ(world.updates.back(), 100);
 }
@@ -199,12 +173,11 @@ TEST_F(SceneView, ArrowsSeekWhileRunningAndWhilePaused) {
           at(80), at(90), at(91), at(92)},
          QB_VIEW_PAUSED);
     EXPECT_EQ(world.updates, (Ints{0, 5, 55, 105, 55, 5, 0}));
-}
 
-TEST_F(SceneView, SeekingBackPastTheStartPausesAtZero) {
+    // Back past the start pauses at 0, and held down the key can not leave it. The picture stays: a position
+    // of 0 is nothing new to the pause.
+    world = World();
     play({at(0), key(5, &World::left, true), at(6), at(7)});
-    // 5 ms - 10 ms lies before the start. The picture stays, since a position of 0 is nothing new to the
-    // pause; held down, the key can not leave 0.
     EXPECT_EQ(world.updates, (Ints{0, 5}));
     EXPECT_EQ(world.texts[2], "Frame=10.00 time=0mn0sec0 millisec=0");
 }
@@ -246,24 +219,17 @@ TEST_F(SceneView, SeeksPastTheEndsOfTheLongestScene) {
     }
 }
 
-TEST_F(SceneView, PausedShowsOnePictureAndSleepsInTheBackground) {
-    world.active = false;
-    play({at(0), at(100), at(200)}, QB_VIEW_PAUSED);
-    EXPECT_EQ(world.updates, (Ints{0}));
-    EXPECT_EQ(world.sleeps, 3 * 200);
-}
-
 TEST_F(SceneView, AsksForTheBinaryFormBeforePlaying) {
     play({}, QB_VIEW_BINARY);
-    EXPECT_EQ(world.calls, (std::vector<std::string>{"report 1", "load walk.quab in ''", "save walk.quab.bin",
-                                                     "start 1", "free 1"}));
-    EXPECT_TRUE(world.messages.empty());
+    EXPECT_EQ(world.calls,
+              (Strings{"report 1", "load walk.quab in ''", "save walk.quab.bin", "start 1", "free 1"}));
+    EXPECT_TRUE(messages.empty());
 
     world = World();
     world.save = -1;
     const QbViewOptions options = {QB_VIEW_BINARY, 0};
     qbSceneView("walk.lws.ini", &options);
-    EXPECT_EQ(world.messages, (std::vector<std::string>{"Failed to save scene to binary walk.lws.ini.bin"}));
+    EXPECT_EQ(messages, (Strings{"Failed to save scene to binary walk.lws.ini.bin"}));
     EXPECT_EQ(world.calls.back(), "free 1"); // the view went on
 
     world = World();
@@ -274,32 +240,30 @@ TEST_F(SceneView, AsksForTheBinaryFormBeforePlaying) {
 TEST_F(SceneView, AFailedLoadShowsNothing) {
     world.load = -1;
     play({at(0)});
-    EXPECT_EQ(world.messages, (std::vector<std::string>{"Failed to load scene"}));
     EXPECT_EQ(world.drawn, 0);
-}
 
-TEST_F(SceneView, ADirectoryThatIsNotThereIsNotTheCurrentOne) {
+    // A directory that is not there is not taken for the current one.
+    world.calls.clear();
     for (const uint32_t flags : {0U, uint32_t{QB_VIEW_BINARY | QB_VIEW_CONVERT_ONLY}}) {
-        world = World();
         const QbViewOptions options = {flags, 0};
         EXPECT_EQ(qbSceneView("nowhere/walk.quab", &options), -1);
-        EXPECT_EQ(world.messages, (std::vector<std::string>{"Failed to load scene"}));
         EXPECT_TRUE(world.calls.empty());
     }
+    EXPECT_EQ(messages, Strings(3, "Failed to load scene"));
 }
 
 TEST_F(SceneView, ConvertingNeedsNoEngine) {
     const QbViewOptions options = {QB_VIEW_BINARY | QB_VIEW_CONVERT_ONLY, 0};
     qbSceneView("walk.quab", &options);
-    EXPECT_EQ(world.calls, (std::vector<std::string>{"open walk.quab", "save walk.quab.bin", "close"}));
+    EXPECT_EQ(world.calls, (Strings{"open walk.quab", "save walk.quab.bin", "close"}));
 
     world = World();
     world.open = -1;
     qbSceneView("walk.lws.ini", &options);
-    EXPECT_EQ(world.messages, (std::vector<std::string>{"Failed to load scene"}));
+    EXPECT_EQ(messages, (Strings{"Failed to load scene"}));
 
     world = World();
     qbSceneView(nullptr, &options); // the dialog is cancelled
-    EXPECT_EQ(world.calls, (std::vector<std::string>{"Open Quab scene for binary convert",
-                                                     "Quab Scene (lws.ini)|*.lws.ini", "All|*.*"}));
+    EXPECT_EQ(world.calls,
+              (Strings{"Open Quab scene for binary convert", "Quab Scene (lws.ini)|*.lws.ini", "All|*.*"}));
 }

@@ -49,22 +49,16 @@ TEST_F(FileLayer, ReadsPlainFiles) {
     EXPECT_EQ(qbFileSeek(file.get(), -1, 0), -1);
     EXPECT_NE(qbFileSeek(file.get(), 0, 3), 0);
     EXPECT_EQ(qbFileData(file.get()), nullptr);
-    EXPECT_EQ(qbFileDataSize(file.get()), 0);
 }
 
 TEST_F(FileLayer, RefusesWhatDoesNotOpen) {
-    const auto refuse = [](const char* name, const char* mode) {
-        EXPECT_EQ(qbFileOpen(name, mode), nullptr);
-    };
-    for (int mode = 0; mode < 2; mode++) {
-        mode == 0 ? qbFileUseStdio() : qbFileUseMemory();
-        refuse("missing", "rb");
-        refuse("data", "rb");
-        refuse("", "rb");
-        refuse(nullptr, "rb");
-        refuse("data/a.bin", "?");
-        refuse("data/a.bin", nullptr);
-        refuse(std::string(2048, 'n').c_str(), "rb");
+    const std::string tooLong(2048, 'n');
+    for (const auto use : {qbFileUseStdio, qbFileUseMemory}) {
+        use();
+        for (const char* name : {"missing", "data", "", tooLong.c_str(), static_cast<const char*>(nullptr)})
+            EXPECT_EQ(qbFileOpen(name, "rb"), nullptr);
+        EXPECT_EQ(qbFileOpen("data/a.bin", "?"), nullptr);
+        EXPECT_EQ(qbFileOpen("data/a.bin", nullptr), nullptr);
         EXPECT_EQ(qbFileLoad("missing", "rb"), nullptr);
     }
 }
@@ -94,9 +88,7 @@ TEST_F(FileLayer, ReadsWhole) {
 }
 
 TEST_F(FileLayer, PutsTheRootInFront) {
-    EXPECT_EQ(qbFileSeparatorGet(), '/');
     qbFileRootAppend("Data");
-    EXPECT_STREQ(qbFileRootGet(), "Data");
     EXPECT_TRUE(opened("a.bin"));
     EXPECT_FALSE(opened("Data/a.bin"));
     qbFileSetSeparator('\\');
@@ -123,7 +115,7 @@ TEST(FileParent, CutsAtTheLastSeparator) {
         {"a/", "a"},        {"", ""}};
     for (const auto& [path, parent] : cases)
         EXPECT_STREQ(qbFileParent(path), parent) << path;
-    EXPECT_STREQ(qbFileParent(qbFileParent("a/b/c.x")), "a");
+    EXPECT_STREQ(qbFileParent(qbFileParent("a/b/c.x")), "a"); // out of its own buffer
 }
 
 TEST_F(MemoryFile, SeeksWithinItsBounds) {
@@ -142,7 +134,6 @@ TEST_F(MemoryFile, SeeksWithinItsBounds) {
             << c.offset << ' ' << c.origin;
         EXPECT_EQ(qbFileTell(file.get()), c.position == -1 ? 5 : c.position) << c.offset << ' ' << c.origin;
     }
-    EXPECT_EQ(qbFileSize(file.get()), 10);
 }
 
 TEST_F(MemoryFile, ReadsWholeItemsUpToItsEnd) {

@@ -3,15 +3,12 @@
 #include "engine/engine.h"
 #include "platform/music/music_player.h"
 #include "platform/music/tone.h"
+#include "support/temporary_directory.h"
 
 #include <chrono>
-#include <cstdlib>
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
 #include <thread>
-
-namespace fs = std::filesystem;
 
 static QbEngine engine;
 
@@ -24,8 +21,6 @@ namespace {
 class Music : public testing::Test {
 protected:
     void SetUp() override {
-        std::string name = (fs::temp_directory_path() / "quab-tunes-XXXXXX").string();
-        directory_ = mkdtemp(name.data());
         engine.musics = qbIdListCreate(50);
         writeWave(path("a.wav"), {{1000, 15}});
         writeWave(path("b.wav"), {{1700, 15}});
@@ -36,9 +31,8 @@ protected:
         qbIdListFree(engine.musics);
         engine.musics = nullptr;
         qbMusicPlayerSetSink(nullptr);
-        fs::remove_all(directory_);
     }
-    std::string path(const char* name) const { return (directory_ / name).string(); }
+    std::string path(const char* name) const { return directory.path() + "/" + name; }
     // Loads a tune that records what is heard of it.
     int load(const char* tune, int id, const char* heard) const {
         qbMusicPlayerSetSink(recordingSink(path(heard), true).c_str());
@@ -46,7 +40,7 @@ protected:
     }
     uintmax_t heard(const char* name) const {
         std::error_code error;
-        const uintmax_t size = fs::file_size(path(name), error);
+        const uintmax_t size = std::filesystem::file_size(path(name), error);
         return error ? 0 : size;
     }
     bool sounds(const char* name) const {
@@ -62,8 +56,7 @@ protected:
     }
     static const QbMusic* tune(int id) { return static_cast<const QbMusic*>(qbIdListGet(engine.musics, id)); }
 
-private:
-    fs::path directory_;
+    TemporaryDirectory directory;
 };
 
 } // namespace
@@ -89,7 +82,7 @@ TEST_F(Music, TheListHoldsIds0To49) {
     EXPECT_NE(testing::internal::GetCapturedStderr(), "");
 }
 
-TEST_F(Music, PlaysUntilStopped) {
+TEST_F(Music, PlaysUntilStoppedForGood) {
     ASSERT_EQ(load("a.wav", 1, "heard"), 0);
     EXPECT_EQ(tune(1)->path, path("a.wav"));
     EXPECT_EQ(tune(1)->playing, 0);
@@ -99,36 +92,7 @@ TEST_F(Music, PlaysUntilStopped) {
     EXPECT_EQ(qbMusicStop(1), 0);
     EXPECT_EQ(tune(1)->playing, 0);
     EXPECT_TRUE(isStill("heard"));
-}
 
-TEST_F(Music, OnlyOneTunePlays) {
-    ASSERT_EQ(load("a.wav", 1, "first"), 0);
-    ASSERT_EQ(load("b.wav", 2, "second"), 0);
-    ASSERT_EQ(qbMusicPlay(1), 0);
-    ASSERT_TRUE(sounds("first"));
-    ASSERT_EQ(qbMusicPlay(2), 0);
-    EXPECT_EQ(tune(1)->playing, 0);
-    EXPECT_EQ(tune(2)->playing, 1);
-    EXPECT_TRUE(isStill("first"));
-    EXPECT_TRUE(sounds("second"));
-}
-
-TEST_F(Music, StoppingAnotherTuneLeavesTheCurrentOneAlone) {
-    ASSERT_EQ(load("a.wav", 1, "first"), 0);
-    ASSERT_EQ(load("b.wav", 2, "second"), 0);
-    ASSERT_EQ(qbMusicPlay(1), 0);
-    EXPECT_EQ(qbMusicStop(2), 0);
-    EXPECT_EQ(tune(1)->playing, 1);
-    EXPECT_TRUE(sounds("first"));
-    ASSERT_EQ(qbMusicPlay(2), 0);
-    EXPECT_TRUE(sounds("second")) << "a stop before its turn has not used it up";
-}
-
-TEST_F(Music, AStoppedTuneIsStoppedForGood) {
-    ASSERT_EQ(load("a.wav", 1, "heard"), 0);
-    ASSERT_EQ(qbMusicPlay(1), 0);
-    ASSERT_TRUE(sounds("heard"));
-    ASSERT_EQ(qbMusicStop(1), 0);
     EXPECT_EQ(tune(1)->player, nullptr);
     EXPECT_EQ(qbMusicPlay(1), 0);
     EXPECT_TRUE(isStill("heard"));
@@ -137,28 +101,38 @@ TEST_F(Music, AStoppedTuneIsStoppedForGood) {
     EXPECT_EQ(qbMusicFree(1), 0);
 }
 
-TEST_F(Music, FreeingThePlayingTuneStopsIt) {
+TEST_F(Music, OnlyOneTunePlaysAndStoppingAnotherLeavesItAlone) {
     ASSERT_EQ(load("a.wav", 1, "first"), 0);
     ASSERT_EQ(load("b.wav", 2, "second"), 0);
     ASSERT_EQ(qbMusicPlay(1), 0);
+    EXPECT_EQ(qbMusicStop(2), 0);
+    EXPECT_EQ(tune(1)->playing, 1);
     ASSERT_TRUE(sounds("first"));
-    EXPECT_EQ(qbMusicFree(1), 0);
-    EXPECT_EQ(qbMusicExists(1), 0);
+    ASSERT_EQ(qbMusicPlay(2), 0);
+    EXPECT_EQ(tune(1)->playing, 0);
+    EXPECT_EQ(tune(2)->playing, 1);
     EXPECT_TRUE(isStill("first"));
-    EXPECT_EQ(qbMusicPlay(2), 0) << "the freed id is no longer current";
-    EXPECT_TRUE(sounds("second"));
+    EXPECT_TRUE(sounds("second")) << "a stop before its turn has not used it up";
 }
 
-TEST_F(Music, LoadingOnATakenIdReplacesTheTune) {
-    ASSERT_EQ(load("a.wav", 1, "first"), 0);
-    ASSERT_EQ(qbMusicPlay(1), 0);
-    ASSERT_TRUE(sounds("first"));
-    ASSERT_EQ(load("b.wav", 1, "second"), 0);
-    EXPECT_TRUE(isStill("first"));
-    EXPECT_EQ(tune(1)->path, path("b.wav"));
-    EXPECT_EQ(tune(1)->playing, 0);
-    ASSERT_EQ(qbMusicPlay(1), 0);
-    EXPECT_TRUE(sounds("second"));
+TEST_F(Music, FreeingOrReplacingThePlayingTuneStopsIt) {
+    for (const bool replace : {false, true}) {
+        ASSERT_EQ(load("a.wav", 1, "first"), 0);
+        ASSERT_EQ(qbMusicPlay(1), 0);
+        ASSERT_TRUE(sounds("first"));
+        EXPECT_EQ(replace ? 0 : qbMusicFree(1), 0);
+        EXPECT_EQ(qbMusicExists(1), replace ? 1 : 0);
+        const int next = replace ? 1 : 2; // the freed id is no longer current
+        ASSERT_EQ(load("b.wav", next, "second"), 0);
+        EXPECT_TRUE(isStill("first"));
+        EXPECT_EQ(tune(next)->path, path("b.wav"));
+        EXPECT_EQ(tune(next)->playing, 0);
+        ASSERT_EQ(qbMusicPlay(next), 0);
+        EXPECT_TRUE(sounds("second"));
+        qbMusicFree(next);
+        std::filesystem::remove(path("first"));
+        std::filesystem::remove(path("second"));
+    }
 }
 
 TEST_F(Music, AnUnreadableFileIsSilenceWithoutAWord) {

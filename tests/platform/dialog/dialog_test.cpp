@@ -1,19 +1,17 @@
-#include "platform/dialog/dialog.h"
-
-#include "platform/message.h"
-#include "platform/path.h"
-
 #include <gtest/gtest.h> // ahead of Xlib, whose macros None and Bool break it
+
+#include "platform/dialog/dialog.h"
+#include "platform/message.h"
+#include "support/temporary_directory.h"
+#include "support/windows.h"
 
 #include <FL/Fl.H>
 #include <FL/Fl_Choice.H>
 #include <FL/Fl_File_Browser.H>
 #include <FL/Fl_Window.H>
-#include <X11/Xlib.h>
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <string>
 #include <sys/wait.h>
@@ -89,30 +87,6 @@ private:
     bool done_ = false;
 };
 
-// A fresh directory as the current one.
-class Workplace {
-public:
-    Workplace() : before_(fs::current_path()) {
-        std::string name = (fs::temp_directory_path() / "quab-dialog-XXXXXX").string();
-        directory = fs::canonical(mkdtemp(name.data()));
-        fs::current_path(directory);
-    }
-    ~Workplace() {
-        fs::current_path(before_);
-        fs::remove_all(directory);
-    }
-    Workplace(const Workplace&) = delete;
-    Workplace& operator=(const Workplace&) = delete;
-    void add(const char* name) const {
-        fs::create_directories((directory / name).parent_path());
-        std::ofstream(directory / name) << "x";
-    }
-    fs::path directory;
-
-private:
-    fs::path before_;
-};
-
 struct Picked {
     int result = 0, width = -7, height = -7, bits = -7, windowed = -7;
     int vsync = -7, fps = -7, antialias = -7, shaders = -7;
@@ -138,35 +112,19 @@ static Fl_Widget* findLabel(const Fl_Group& group, const std::string& label) {
     return found;
 }
 
-static unsigned visibleWindows() {
-    Display* display = XOpenDisplay(nullptr);
-    Window root = 0;
-    Window parent = 0;
-    Window* children = nullptr;
-    unsigned count = 0;
-    XQueryTree(display, DefaultRootWindow(display), &root, &parent, &children, &count);
-    unsigned visible = 0;
-    for (unsigned i = 0; i < count; ++i) {
-        XWindowAttributes attributes;
-        if (XGetWindowAttributes(display, children[i], &attributes) && attributes.map_state == IsViewable)
-            ++visible;
-    }
-    if (children) XFree(children);
-    XCloseDisplay(display);
-    return visible;
-}
-
 // --- message box ----------------------------------------------------------------------------------------
 
-TEST(MessageBox, ShowsTheTextAsItStandsUntilEnter) {
+TEST(MessageBox, ShowsAMessageAsItStandsUntilEnter) {
+    qbMessageSetSink(qbMessageBox);
     const Hands hands("xdotool key Return");
     const Glance glance([](Fl_Window& window) {
         EXPECT_STREQ(window.label(), "");
         EXPECT_NE(findLabel(window, "Failed to load @C1 mesh & \"a\" 100%\nSecond"), nullptr);
         EXPECT_NE(findLabel(window, "OK"), nullptr);
     });
-    qbMessageBox("Failed to load @C1 mesh & \"a\" 100%\nSecond\n");
-    EXPECT_EQ(visibleWindows(), 0U);
+    qbMessage("Failed to load @C%d mesh & \"a\" 100%%\nSecond\n", 1);
+    qbMessageSetSink(nullptr);
+    EXPECT_EQ(windowCount(true), 0U);
 }
 
 TEST(MessageBox, ClosesAtAClickOnOk) {
@@ -176,15 +134,10 @@ TEST(MessageBox, ClosesAtAClickOnOk) {
 }
 
 TEST(MessageBox, KeepsLongTextsOnTheScreen) {
-    const std::vector<std::pair<const char*, std::string>> texts = {
-        {"one word", std::string(1023, 'w')},
-        {"many lines", std::string(1023, '\n')},
-        {"blanks", std::string(1023, ' ')},
-        {"broken letters", std::string(1000, '\xE9') + "\xF0"},
-        {"empty", ""},
-    };
-    for (const auto& [name, text] : texts) {
-        SCOPED_TRACE(name);
+    const std::string texts[] = {std::string(1023, 'w'), std::string(1023, '\n'), std::string(1023, ' '),
+                                 std::string(1000, '\xE9') + "\xF0", ""};
+    for (const std::string& text : texts) {
+        SCOPED_TRACE(text);
         const Hands hands("xdotool key Escape");
         const Glance glance([](Fl_Window& window) {
             EXPECT_LE(window.w(), 1280);
@@ -227,45 +180,37 @@ TEST(MessageBox, IsAnsweredWhileAnotherWindowHoldsTheInput) {
     }
 }
 
-TEST(MessageBox, FitsTheMessageSink) {
-    qbMessageSetSink(qbMessageBox);
-    const Hands hands("xdotool key Return");
-    const Glance glance([](Fl_Window& window) { EXPECT_NE(findLabel(window, "err=5"), nullptr); });
-    qbMessage("err=%d", 5);
-    qbMessageSetSink(nullptr);
-}
-
 // --- file dialog ----------------------------------------------------------------------------------------
 
-TEST(FileDialog, GivesTheTypedFile) {
-    const Workplace place;
-    place.add("scenes/Ville.quab");
-    const std::string expected = (place.directory / "scenes/Ville.quab").string();
-    const std::pair<const char*, const char*> typed[] = {
-        {"relative", "xdotool type scenes/Ville.quab; xdotool key Return"},
-        {"backslash and letter case", "xdotool type 'SCENES\\ville.QUAB'; xdotool key Return"},
-        {"directory first",
-         "xdotool type scenes; xdotool key Return; xdotool type Ville.quab; xdotool key KP_Enter"},
-    };
-    for (const auto& [name, script] : typed) {
-        SCOPED_TRACE(name);
+TEST(FileDialog, GivesTheFileThatIsTypedOrClicked) {
+    const TemporaryDirectory place;
+    place.write("scenes/Ville.quab");
+    const char* const scripts[] = {
+        "xdotool type scenes/Ville.quab; xdotool key Return",
+        "xdotool type 'SCENES\\ville.QUAB'; xdotool key Return",
+        "xdotool type scenes; xdotool key Return; xdotool type Ville.quab; xdotool key KP_Enter",
+        // By mouse: the first line leads up, the second is the file.
+        "xdotool type scenes; xdotool key Return; sleep 0.3\n"
+        "xdotool mousemove --window $id 60 70 click --repeat 2 --delay 60 1"};
+    for (const char* script : scripts) {
+        SCOPED_TRACE(script);
         const Hands hands(script);
         const char* path = qbOpenFileDialog("Open Quab scene", filters, 3);
         ASSERT_NE(path, nullptr);
-        EXPECT_EQ(path, expected);
-        EXPECT_EQ(fs::current_path(), place.directory);
+        EXPECT_EQ(path, place.path() + "/scenes/Ville.quab");
+        EXPECT_EQ(fs::current_path(), place.path());
     }
 }
 
 TEST(FileDialog, CancelGivesNothing) {
-    const Workplace place;
-    place.add("a.quab");
+    const TemporaryDirectory place;
+    place.write("a.quab");
     for (const char* script : {"xdotool type a.quab; xdotool key Escape",
                                "eval $(xdotool getwindowgeometry --shell $id)\n"
                                "xdotool mousemove --window $id $((WIDTH - 40)) $((HEIGHT - 55)) click 1"}) {
         const Hands hands(script);
         EXPECT_EQ(qbOpenFileDialog("Open Quab scene", filters, 3), nullptr);
-        EXPECT_EQ(fs::current_path(), place.directory);
+        EXPECT_EQ(fs::current_path(), place.path());
     }
 }
 
@@ -279,7 +224,7 @@ static void lookForComplaint(void* data) {
 }
 
 TEST(FileDialog, RefusesAFileThatDoesNotExist) {
-    const Workplace place;
+    const TemporaryDirectory place;
     const Hands hands("xdotool type none.quab; xdotool key Return; sleep 1; xdotool key Escape");
     bool complained = false;
     Fl::add_timeout(0.05, lookForComplaint, &complained);
@@ -306,10 +251,10 @@ static std::vector<std::string> listed(Fl_Window& window, int filter) {
 }
 
 TEST(FileDialog, ListsWhatTheFilterLetsThrough) {
-    const Workplace place;
+    const TemporaryDirectory place;
     for (const char* name : {"a.quab", "B.QUAB", ".hidden.quab", "c.quab.txt", "d.lws.ini", "E.Lws.Ini.bin",
                              "plain", "sub/x.quab"})
-        place.add(name);
+        place.write(name);
     const Hands hands("xdotool key Escape");
     const Glance glance([](Fl_Window& window) {
         using Names = std::vector<std::string>;
@@ -320,16 +265,6 @@ TEST(FileDialog, ListsWhatTheFilterLetsThrough) {
                                             "d.lws.ini", "plain", "sub/"}));
     });
     EXPECT_EQ(qbOpenFileDialog("Open Quab scene", filters, 3), nullptr);
-}
-
-TEST(FileDialog, TakesAFileByMouse) {
-    const Workplace place;
-    place.add("only.quab");
-    // The first line leads up; the second is the file.
-    const Hands hands("xdotool mousemove --window $id 60 70 click --repeat 2 --delay 60 1");
-    const char* path = qbOpenFileDialog("Open Quab scene", filters, 3);
-    ASSERT_NE(path, nullptr);
-    EXPECT_EQ(path, (place.directory / "only.quab").string());
 }
 
 // --- setup dialog ---------------------------------------------------------------------------------------
@@ -355,16 +290,10 @@ TEST(DisplayModesOfTheSystem, HoldTheDesktopsOwn) {
 TEST(SetupDialog, EnterStartsWithTheDesktopsMode) {
     const Hands hands("xdotool key Return");
     const Picked p = ask();
-    EXPECT_EQ(p.result, 0);
-    EXPECT_EQ(p.width, 1280);
-    EXPECT_EQ(p.height, 1024);
-    EXPECT_EQ(p.bits, 32);
-    EXPECT_EQ(p.windowed, 0);
-    EXPECT_EQ(p.vsync, 1);
-    EXPECT_EQ(p.fps, 60);
-    EXPECT_EQ(p.antialias, 1);
-    EXPECT_EQ(p.shaders, 0);
-    EXPECT_EQ(visibleWindows(), 0U);
+    const std::vector<int> all = {p.result, p.width, p.height,    p.bits,   p.windowed,
+                                  p.vsync,  p.fps,   p.antialias, p.shaders};
+    EXPECT_EQ(all, (std::vector<int>{0, 1280, 1024, 32, 0, 1, 60, 1, 0}));
+    EXPECT_EQ(windowCount(true), 0U);
 }
 
 TEST(SetupDialog, ClicksChooseAWindow) {
@@ -375,15 +304,6 @@ TEST(SetupDialog, ClicksChooseAWindow) {
     const Picked p = ask();
     EXPECT_EQ(p.result, 0);
     EXPECT_EQ(p.windowed, 1);
-}
-
-TEST(SetupDialog, CancelLeavesEverything) {
-    const Hands hands("xdotool key Escape");
-    const Picked p = ask();
-    EXPECT_EQ(p.result, -1);
-    EXPECT_EQ(p.width, -7);
-    EXPECT_EQ(p.windowed, -7);
-    EXPECT_EQ(p.fps, -7);
 }
 
 TEST(SetupDialog, TypingSelectsOrDeselects) {
@@ -398,7 +318,7 @@ TEST(SetupDialog, TypingSelectsOrDeselects) {
     EXPECT_EQ(p.vsync, 1);
 }
 
-TEST(SetupDialog, ShowsTwoControlsAndKeepsThreeSwitchesHidden) {
+TEST(SetupDialog, ShowsTwoControlsAndCancelLeavesEverything) {
     const Hands hands("xdotool key Escape");
     const Glance glance([](Fl_Window& window) {
         EXPECT_STREQ(window.label(), "Screen Mode");
@@ -413,7 +333,10 @@ TEST(SetupDialog, ShowsTwoControlsAndKeepsThreeSwitchesHidden) {
             EXPECT_EQ(widget->visible() != 0, visible) << label;
         }
     });
-    EXPECT_EQ(ask().result, -1);
+    const Picked p = ask();
+    EXPECT_EQ(p.result, -1);
+    for (const int untouched : {p.width, p.windowed, p.fps})
+        EXPECT_EQ(untouched, -7);
 }
 
 // --- no display -----------------------------------------------------------------------------------------

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
 #include <cstdint>
 #include <fstream>
 #include <numbers>
@@ -19,34 +18,30 @@ struct Tone {
     double amplitude = 0.5; // of full scale
 };
 
-inline void putNumber(std::ofstream& file, uint32_t value, int bytes) {
-    for (int i = 0; i < bytes; ++i)
-        file.put(static_cast<char>(value >> (8 * i) & 0xFF));
-}
-
 // One channel of 16 bits; the tones follow one another.
 inline void writeWave(const std::string& path, const std::vector<Tone>& tones) {
     constexpr uint32_t rate = 22050;
-    std::vector<int16_t> samples;
+    std::string samples;
+    const auto put = [](std::string& bytes, uint32_t value, int size) {
+        for (int i = 0; i < size; ++i)
+            bytes += static_cast<char>(value >> (8 * i) & 0xFF);
+    };
     for (const Tone& tone : tones) {
-        const auto count = static_cast<size_t>(tone.seconds * rate);
-        for (size_t i = 0; i < count; ++i) {
-            const double angle = 2 * std::numbers::pi * tone.frequency * static_cast<double>(i) / rate;
-            samples.push_back(static_cast<int16_t>(std::lround(32767 * tone.amplitude * std::sin(angle))));
+        for (int i = 0; i < static_cast<int>(tone.seconds * rate); ++i) {
+            const double wave = std::sin(2 * std::numbers::pi * tone.frequency * i / rate);
+            put(samples, static_cast<uint32_t>(std::lround(32767 * tone.amplitude * wave)), 2);
         }
     }
-    const auto bytes = static_cast<uint32_t>(samples.size() * 2);
-    std::ofstream file(path, std::ios::binary);
-    file << "RIFF";
-    putNumber(file, 36 + bytes, 4);
-    file << "WAVEfmt ";
-    for (const auto& [value, size] :
+    const auto size = static_cast<uint32_t>(samples.size());
+    std::string head = "RIFF";
+    put(head, 36 + size, 4);
+    head += "WAVEfmt ";
+    for (const auto& [value, bytes] :
          {std::pair<uint32_t, int>{16, 4}, {1, 2}, {1, 2}, {rate, 4}, {rate * 2, 4}, {2, 2}, {16, 2}})
-        putNumber(file, value, size);
-    file << "data";
-    putNumber(file, bytes, 4);
-    for (const int16_t sample : samples)
-        putNumber(file, static_cast<uint16_t>(sample), 2);
+        put(head, value, bytes);
+    head += "data";
+    put(head, size, 4);
+    std::ofstream(path, std::ios::binary) << head << samples;
 }
 
 inline constexpr int RECORD_RATE = 8000;
@@ -71,14 +66,11 @@ inline std::vector<int16_t> readRecording(const std::string& path) {
 // Amplitude of one frequency in the samples, of full scale (Goertzel).
 inline double amplitudeOf(double frequency, std::span<const int16_t> samples) {
     if (samples.empty()) return 0;
-    const double angle = 2 * std::numbers::pi * frequency / RECORD_RATE;
+    const double turn = 2 * std::cos(2 * std::numbers::pi * frequency / RECORD_RATE);
     double last = 0;
     double before = 0;
-    for (const int16_t sample : samples) {
-        const double next = sample / 32768.0 + 2 * std::cos(angle) * last - before;
-        before = last;
-        last = next;
-    }
-    const double power = last * last + before * before - 2 * std::cos(angle) * last * before;
+    for (const int16_t sample : samples)
+        before = std::exchange(last, sample / 32768.0 + turn * last - before);
+    const double power = last * last + before * before - turn * last * before;
     return 2 * std::sqrt(std::max(0.0, power)) / static_cast<double>(samples.size());
 }

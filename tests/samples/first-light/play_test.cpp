@@ -93,7 +93,7 @@ TEST(FirstLight, PlaysFromItsFirstFrameToItsEnd) {
     const Showing first = play();
     EXPECT_EQ(first.messages, std::vector<std::string>{});
 
-    // Parts begin on the bar; part 4 and the last two go on counting.
+    // Parts begin on the bar; the fourth, the fifth and the last go on counting.
     const std::vector<std::pair<int, Moment>> starts = {
         {0, {0, 0}},         {12000, {1, 0}}, {24000, {2, 0}}, {32000, {3, 8000}},
         {40000, {4, 16000}}, {52000, {5, 0}}, {64000, {6, 0}}, {76000, {7, 12000}}};

@@ -277,64 +277,56 @@ TEST(XWriter, RefusesWithAReason) {
         std::function<void(QbExportMesh&)> damage;
         const char* expected;
     } CASES[] = {
-        {[](QbExportMesh& m) { m = {}; }, "mesh \"mesh\": has no triangles"},
-        {[](QbExportMesh& m) { m.name = "my mesh"; },
-         "mesh \"my mesh\": a name is letters, digits and '_', not first a digit"},
-        {[](QbExportMesh& m) { m.transform[3] = INFINITE; }, "mesh \"mesh\": its transform is not finite"},
-        {[](QbExportMesh& m) { m.vertices[2].position[1] = NOT_A_NUMBER; },
-         "mesh \"mesh\": vertex 2: the position is not finite"},
-        {[](QbExportMesh& m) { m.vertices[1].uv[0] = INFINITE; },
-         "mesh \"mesh\": vertex 1: the texture coordinate is not finite"},
-        {[](QbExportMesh& m) { m.triangles[0].corners[1] = 3; },
-         "mesh \"mesh\": triangle 0: corner 3 of 3 vertices"},
-        {[](QbExportMesh& m) { m.triangles[0].material = 1; }, "mesh \"mesh\": triangle 0: material 1 of 1"},
-        {[](QbExportMesh& m) { m.materials.resize(1), m.materials[0].diffuse[3] = 1.5f; },
-         "mesh \"mesh\": material 0: a colour lies outside 0 to 1"},
-        {[](QbExportMesh& m) { m.materials.resize(1), m.materials[0].power = -1; },
-         "mesh \"mesh\": material 0: the specular power must be 0 or above"},
-        {[](QbExportMesh& m) { m.materials.resize(1), m.materials[0].textureFileName = "a\"b"; },
-         "mesh \"mesh\": material 0: the texture's file name holds a quote or a control character"},
-        {[](QbExportMesh& m) { m.ticksPerSecond = 0; }, "mesh \"mesh\": ticksPerSecond must be above 0"},
-        {[](QbExportMesh& m) {
-             m.bones = {{"mesh", -1, {}, {}, {}}};
-         },
-         "mesh \"mesh\": bone 0 \"mesh\": another bone or the mesh bears this name"},
-        {[](QbExportMesh& m) {
-             m.bones = {{"a", 0, {}, {}, {}}};
-         },
-         "mesh \"mesh\": bone 0 \"a\": its parent must be an earlier bone"},
-        {[](QbExportMesh& m) {
-             m.bones = {{"a", -1, {}, {{3, 1}}, {}}};
-         },
-         "mesh \"mesh\": bone 0 \"a\": weight 0: vertex 3 of 3 vertices"},
-        {[](QbExportMesh& m) {
-             m.bones = {{"a", -1, {}, {{0, -1}}, {}}};
-         },
-         "mesh \"mesh\": bone 0 \"a\": weight 0: must be 0 or above"},
-        {[](QbExportMesh& m) {
-             m.bones = {{"a", -1, {0, {}, {}, {1, 0, 1}}, {}, {}}};
-         },
-         "mesh \"mesh\": bone 0 \"a\": its rest place has a scale of 0"},
-        {[](QbExportMesh& m) {
-             m.bones = {{"a", -1, {}, {}, {{5, {}, {}, {}}, {5, {}, {}, {}}}}};
-         },
-         "mesh \"mesh\": bone 0 \"a\": key 1: tick 5 does not follow tick 5"},
-        {[](QbExportMesh& m) {
-             m.bones = {{"a", -1, {}, {}, {{5, {}, {}, {1, 1, 2}}}}};
-             m.matrixKeys = true;
-         },
-         "mesh \"mesh\": bone 0 \"a\": key 0: a matrix key holds no scale, leave matrixKeys off"},
-        {[](QbExportMesh& m) {
-             m.bones = {{"a", -1, {}, {}, {}}};
-             m.transform[12] = 1;
-         },
-         "mesh \"mesh\": a mesh with bones cannot have a transform of its own, move its root bones"},
+        {[](auto& m) { m = {}; }, "has no triangles"},
+        {[](auto& m) { m.transform[3] = INFINITE; }, "its transform is not finite"},
+        {[](auto& m) { m.vertices[2].position[1] = NOT_A_NUMBER; }, "vertex 2: the position is not finite"},
+        {[](auto& m) { m.vertices[1].uv[0] = INFINITE; }, "vertex 1: the texture coordinate is not finite"},
+        {[](auto& m) { m.triangles[0].corners[1] = 3; }, "triangle 0: corner 3 of 3 vertices"},
+        {[](auto& m) { m.triangles[0].material = 1; }, "triangle 0: material 1 of 1"},
+        {[](auto& m) { m.materials.resize(1), m.materials[0].diffuse[3] = 1.5f; },
+         "material 0: a colour lies outside 0 to 1"},
+        {[](auto& m) { m.materials.resize(1), m.materials[0].power = -1; },
+         "material 0: the specular power must be 0 or above"},
+        {[](auto& m) { m.materials.resize(1), m.materials[0].textureFileName = "a\"b"; },
+         "material 0: the texture's file name holds a quote or a control character"},
+        {[](auto& m) { m.ticksPerSecond = 0; }, "ticksPerSecond must be above 0"},
     };
     for (const auto& entry : CASES) {
         QbExportMesh mesh = triangle();
         entry.damage(mesh);
-        EXPECT_EQ(refusal(mesh), entry.expected);
+        EXPECT_EQ(refusal(mesh), std::string("mesh \"mesh\": ") + entry.expected);
     }
+    QbExportMesh mesh = triangle();
+    mesh.name = "my mesh";
+    EXPECT_EQ(refusal(mesh), "mesh \"my mesh\": a name is letters, digits and '_', not first a digit");
+}
+
+TEST(XWriter, RefusesBonesWithAReason) {
+    const struct {
+        QbExportBone bone;
+        const char* expected;
+    } CASES[] = {
+        {{"mesh", -1, {}, {}, {}}, "bone 0 \"mesh\": another bone or the mesh bears this name"},
+        {{"a", 0, {}, {}, {}}, "bone 0 \"a\": its parent must be an earlier bone"},
+        {{"a", -1, {}, {{3, 1}}, {}}, "bone 0 \"a\": weight 0: vertex 3 of 3 vertices"},
+        {{"a", -1, {}, {{0, -1}}, {}}, "bone 0 \"a\": weight 0: must be 0 or above"},
+        {{"a", -1, {0, {}, {}, {1, 0, 1}}, {}, {}}, "bone 0 \"a\": its rest place has a scale of 0"},
+        {{"a", -1, {}, {}, {{5, {}, {}, {1, 1, 1}}, {5, {}, {}, {1, 1, 1}}}},
+         "bone 0 \"a\": key 1: tick 5 does not follow tick 5"},
+        {{"a", -1, {}, {}, {{5, {}, {}, {1, 1, 2}}}},
+         "bone 0 \"a\": key 0: a matrix key holds no scale, leave matrixKeys off"},
+    };
+    for (const auto& entry : CASES) {
+        QbExportMesh mesh = triangle();
+        mesh.bones = {entry.bone};
+        mesh.matrixKeys = true;
+        EXPECT_EQ(refusal(mesh), std::string("mesh \"mesh\": ") + entry.expected);
+    }
+    QbExportMesh mesh = triangle();
+    mesh.bones = {{"a", -1, {}, {}, {}}};
+    mesh.transform[12] = 1;
+    EXPECT_EQ(refusal(mesh),
+              "mesh \"mesh\": a mesh with bones cannot have a transform of its own, move its root bones");
 }
 
 } // namespace

@@ -38,8 +38,14 @@ FakeEmitter& emitterOf(H h, int32_t i) {
     return sceneOf(h).emitters.at(static_cast<size_t>(i));
 }
 
-void log(const char* what) {
-    if (fakeLogs) fakeLog.emplace_back(what);
+void log(const char* what, const char* more = "") {
+    if (fakeLogs) fakeLog.push_back(std::string(what) + more);
+}
+
+template <class T>
+T logged(const char* what, T answer) {
+    log(what);
+    return answer;
 }
 
 float* give(float* out, const FakeVector& value) {
@@ -47,7 +53,11 @@ float* give(float* out, const FakeVector& value) {
     return out;
 }
 
-float* giveMotion(float* out, const FakeMotion& motion, int32_t kind, float time) {
+float* giveMotion(const char* item, float* out, const FakeMotion& motion, int32_t kind, float time) {
+    const char* name = kind == QB_ITEM_POSITION  ? " position"
+                       : kind == QB_ITEM_SCALING ? " scale"
+                                                 : " rotation";
+    log(item, name);
     give(out, {});
     if (kind == QB_ITEM_POSITION) {
         give(out, motion.position);
@@ -56,12 +66,6 @@ float* giveMotion(float* out, const FakeMotion& motion, int32_t kind, float time
     if (kind == QB_ITEM_ROTATION_ALT) give(out, motion.rotation);
     if (kind == QB_ITEM_SCALING) give(out, motion.scale);
     return out;
-}
-
-void logItem(const char* item, int32_t kind) {
-    if (!fakeLogs) return;
-    const char* name = kind == QB_ITEM_POSITION ? "position" : kind == QB_ITEM_SCALING ? "scale" : "rotation";
-    fakeLog.push_back(std::string(item) + " " + name);
 }
 
 int32_t sizeOf(size_t size) {
@@ -73,10 +77,7 @@ const QbSceneInfo SCENE_INFO = {
     [](H h) { return sceneOf(h).lastFrame; },
     [](H h) { return sceneOf(h).framesPerSecond; },
     [](H) { return uint32_t{1}; },
-    [](H h, float) {
-        log("current camera");
-        return sceneOf(h).camera;
-    },
+    [](H h, float) { return logged("current camera", sceneOf(h).camera); },
 };
 
 const QbBackdropInfo BACKDROP_INFO = {
@@ -92,10 +93,7 @@ const QbProcessingInfo PROCESSING_INFO = {
     [](H) { return 0; },
     [](H) { return 0; },
     [](H, float) { return 0.0F; },
-    [](H h) {
-        log("glow");
-        return sceneOf(h).glow;
-    },
+    [](H h) { return logged("glow", sceneOf(h).glow); },
     [](H h, float) { return sceneOf(h).glowIntensity; },
     [](H h, float) { return sceneOf(h).glowRadius; },
 };
@@ -122,33 +120,20 @@ const QbObjectInfo OBJECT_INFO = {
     [](H, int32_t) { return 2; },
     [](H, int32_t) { return 0; },
     [](float* out, H h, int32_t i, int32_t kind, float time) {
-        logItem("object", kind);
-        return giveMotion(out, objectOf(h, i).motion, kind, time);
+        return giveMotion("object", out, objectOf(h, i).motion, kind, time);
     },
     [](H, int32_t) { return 1; },
-    [](H, int32_t) {
-        log("object transparency");
-        return 0.5F;
-    },
-    [](H, int32_t) {
-        log("object translucency");
-        return 0.0F;
-    },
+    [](H, int32_t) { return logged("object transparency", 0.5F); },
+    [](H, int32_t) { return logged("object translucency", 0.0F); },
     [](H h, int32_t i) { return objectOf(h, i).surfaceCount; },
     giveSurfaces,
 };
 
 const QbLightInfo LIGHT_INFO = {
     [](H h) { return sizeOf(sceneOf(h).lights.size()); },
-    [](float* out, H h, float) {
-        log("ambient");
-        return give(out, sceneOf(h).ambient);
-    },
+    [](float* out, H h, float) { return logged("ambient", give(out, sceneOf(h).ambient)); },
     [](H, int32_t) { return ""; },
-    [](H h, int32_t i) {
-        log("light type");
-        return lightOf(h, i).type;
-    },
+    [](H h, int32_t i) { return logged("light type", lightOf(h, i).type); },
     [](H, int32_t) { return 0; },
     [](H h, int32_t i, float* cone, float* edge, float) {
         log("light cone");
@@ -156,20 +141,13 @@ const QbLightInfo LIGHT_INFO = {
         *edge = lightOf(h, i).edge;
     },
     [](H, int32_t) { return 0; },
-    [](H h, int32_t i, float time) {
-        log("light range");
-        return lightOf(h, i).range + time;
-    },
+    [](H h, int32_t i, float time) { return logged("light range", lightOf(h, i).range + time); },
     [](H h, int32_t i) { return lightOf(h, i).falloff; },
-    [](float* out, H h, int32_t i, float) {
-        log("light color");
-        return give(out, lightOf(h, i).color);
-    },
+    [](float* out, H h, int32_t i, float) { return logged("light color", give(out, lightOf(h, i).color)); },
     [](H h, int32_t i, float) { return lightOf(h, i).intensity; },
     [](float* out, H, int32_t) { return out; },
     [](float* out, H h, int32_t i, int32_t kind, float time) {
-        logItem("light", kind);
-        return giveMotion(out, lightOf(h, i).motion, kind, time);
+        return giveMotion("light", out, lightOf(h, i).motion, kind, time);
     },
 };
 
@@ -188,42 +166,25 @@ const QbCameraInfo CAMERA_INFO = {
         *fStop = cameraOf(h, i).fStop;
     },
     [](float* out, H h, int32_t i, int32_t kind, float time) {
-        logItem("camera", kind);
-        return giveMotion(out, cameraOf(h, i).motion, kind, time);
+        return giveMotion("camera", out, cameraOf(h, i).motion, kind, time);
     },
 };
 
 const QbEmitterInfo EMITTER_INFO = {
     [](H h) { return sizeOf(sceneOf(h).emitters.size()); },
     [](H h, int32_t i) { return emitterOf(h, i).name.c_str(); },
-    [](H h, int32_t i) {
-        log("emitter image");
-        return emitterOf(h, i).image;
-    },
+    [](H h, int32_t i) { return logged("emitter image", emitterOf(h, i).image); },
     [](H, int32_t) { return 1.0F; },
     [](float* out, H h, int32_t i) { return give(out, emitterOf(h, i).size); },
     [](float* out, H h, int32_t i, int32_t kind, float time) {
-        logItem("emitter", kind);
-        return giveMotion(out, emitterOf(h, i).motion, kind, time);
+        return giveMotion("emitter", out, emitterOf(h, i).motion, kind, time);
     },
-    [](float* out, H, int32_t) {
-        log("emitter velocity");
-        return give(out, {});
-    },
-    [](float* out, H, int32_t) {
-        log("emitter gravity");
-        return give(out, {});
-    },
-    [](H, int32_t, float) {
-        log("emitter birth rate");
-        return 0.0F;
-    },
+    [](float* out, H, int32_t) { return logged("emitter velocity", give(out, {})); },
+    [](float* out, H, int32_t) { return logged("emitter gravity", give(out, {})); },
+    [](H, int32_t, float) { return logged("emitter birth rate", 0.0F); },
     [](H, int32_t) { return 0.0F; },
     [](H, int32_t) { return 0.0F; },
-    [](H, int32_t) {
-        log("emitter limit");
-        return -1;
-    },
+    [](H, int32_t) { return logged("emitter limit", -1); },
 };
 
 } // namespace

@@ -1,51 +1,26 @@
 #include "meshes.h"
 
-#include <cstdio>
-
-static const char IDENTITY[] = "1.0,0.0,0.0,0.0, 0.0,1.0,0.0,0.0, 0.0,0.0,1.0,0.0, 0.0,0.0,0.0,1.0;;\n";
-
-static std::string point(float x, float y, float z, const char* end) {
-    char text[96];
-    snprintf(text, sizeof text, "%f;%f;%f;%s\n", static_cast<double>(x), static_cast<double>(y),
-             static_cast<double>(z), end);
-    return text;
-}
-
+// Its eight corners all look along -Z: right for light on the front alone.
 std::string boxMesh(float edge, const std::string& diffuse) {
-    // For each face its normal and the two directions that turn clockwise when seen from outside.
-    static const float FACES[6][3][3] = {
-        {{0, 0, -1}, {0, 1, 0}, {1, 0, 0}}, {{0, 0, 1}, {0, 1, 0}, {-1, 0, 0}},
-        {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}},  {{-1, 0, 0}, {0, 1, 0}, {0, 0, -1}},
-        {{0, 1, 0}, {0, 0, 1}, {1, 0, 0}},  {{0, -1, 0}, {0, 0, -1}, {1, 0, 0}},
-    };
-    static const float CORNERS[4][2] = {{-1, -1}, {1, -1}, {1, 1}, {-1, 1}};
-    const float h = edge / 2.0F;
+    static const std::string FACES = "6;\n4;0,2,3,1;,\n4;5,7,6,4;,\n4;4,6,2,0;,\n4;1,3,7,5;,\n"
+                                     "4;2,6,7,3;,\n4;4,0,1,5;;\n";
     std::string vertices;
     std::string normals;
-    std::string faces;
-    for (int f = 0; f < 6; f++) {
-        const auto& [n, up, right] = FACES[f];
-        for (int c = 0; c < 4; c++) {
-            const float u = CORNERS[c][0];
-            const float r = CORNERS[c][1];
-            const char* end = f == 5 && c == 3 ? ";" : ",";
-            vertices += point(h * (n[0] + u * up[0] + r * right[0]), h * (n[1] + u * up[1] + r * right[1]),
-                              h * (n[2] + u * up[2] + r * right[2]), end);
-            normals += point(n[0], n[1], n[2], end);
-        }
-        char face[64];
-        snprintf(face, sizeof face, "4;%d,%d,%d,%d;%s\n", f * 4, f * 4 + 1, f * 4 + 2, f * 4 + 3,
-                 f == 5 ? ";" : ",");
-        faces += face;
+    for (unsigned corner = 0; corner < 8; corner++) {
+        const auto side = [&](unsigned bit) {
+            return std::to_string((corner & bit) != 0 ? edge / 2.0F : -edge / 2.0F) + ";";
+        };
+        const char* end = corner == 7 ? ";\n" : ",\n";
+        vertices += side(1) + side(2) + side(4) + end;
+        normals += std::string("0.0;0.0;-1.0;") + end;
     }
-    return "xof 0303txt 0032\nMesh box {\n24;\n" + vertices + "6;\n" + faces + "MeshNormals {\n24;\n" +
-           normals + "6;\n" + faces +
+    return "xof 0303txt 0032\nMesh box {\n8;\n" + vertices + FACES + "MeshNormals {\n8;\n" + normals + FACES +
            "}\nMeshMaterialList {\n1;\n6;\n0,\n0,\n0,\n0,\n0,\n0;\nMaterial paint {\n" + diffuse +
            ";1.0;;\n0.0;\n0.0;0.0;0.0;;\n0.0;0.0;0.0;;\n}\n}\n}\n";
 }
 
 std::string slidingMesh() {
-    const std::string identity = IDENTITY;
+    const std::string identity = "1.0,0.0,0.0,0.0, 0.0,1.0,0.0,0.0, 0.0,0.0,1.0,0.0, 0.0,0.0,0.0,1.0;;\n";
     return "xof 0303txt 0032\n"
            "Frame Root {\nFrameTransformMatrix {\n" +
            identity + "}\nFrame Bone {\nFrameTransformMatrix {\n" + identity +

@@ -7,8 +7,6 @@
 
 #include <array>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <gtest/gtest.h>
 #include <vector>
 
@@ -24,17 +22,6 @@ void grab() {
     int width = 0;
     int height = 0;
     EXPECT_EQ(qbEngineReadPixels(picture.data(), static_cast<uint32_t>(picture.size()), &width, &height), 0);
-}
-
-// QB_PICTURES names a directory to keep the pictures in.
-void keep(const char* name) {
-    const char* directory = std::getenv("QB_PICTURES");
-    if (!directory) return;
-    std::FILE* file = std::fopen((std::string(directory) + "/" + name + ".ppm").c_str(), "wb");
-    if (!file) return;
-    std::fprintf(file, "P6 %d %d 255\n", WIDTH, HEIGHT);
-    std::fwrite(picture.data(), 1, picture.size(), file);
-    std::fclose(file);
 }
 
 // Where a point lands for a camera at `eye` that looks along Z and opens `degrees` wide.
@@ -91,7 +78,6 @@ TEST(Picture, ShowsObjectsLightAndCamera) {
         ASSERT_EQ(qbEngineIsOver(), 0);
         qbSceneUpdate(1, time);
         qbEngineDrawFrame();
-        keep(time == 0 ? "scene_start" : "scene_later");
         const FakeVector eye = {static_cast<float>(time) * 0.001F, 0.0F, -10.0F};
         expectPixel(project({-2.0F, 0.0F, -1.0F}, eye, 60.0), orange, "front of A");
         expectPixel(project({2.0F, 1.0F, -0.5F}, eye, 60.0), blue, "front of B, scaled");

@@ -1,22 +1,6 @@
 #include "town.h"
 
-#include "scene/export/mesh_shapes.h"
 #include "scene/export/quab_writer.h"
-
-static QbExportMesh slidingTriangle() {
-    QbExportMesh mesh;
-    mesh.vertices.resize(3);
-    mesh.vertices[1].position = {0, 1, 0};
-    mesh.vertices[2].position = {1, 0, 0};
-    mesh.triangles.push_back({{0, 1, 2}, 0});
-    QbExportBone& bone = mesh.bones.emplace_back();
-    bone.name = "bone";
-    bone.weights = {{0, 1}, {1, 1}, {2, 1}};
-    bone.keys.resize(2);
-    bone.keys[1].tick = 20;
-    bone.keys[1].position = {20, 0, 0};
-    return mesh;
-}
 
 static void addObject(QbExportScene& scene, const char* name, const char* fileName, int polygons) {
     QbExportObject& object = scene.objects.emplace_back();
@@ -61,15 +45,7 @@ static QbExportScene town() {
     return scene;
 }
 
-std::string writeTown(const std::string& directory) {
+std::string writeTown(const std::string& path) {
     std::string error;
-    // The layers of one file are files of their own; the case of names is the author's affair.
-    const auto save = [&](const QbExportMesh& mesh, QbExportXFormat format, const char* name) {
-        return qbMeshExportSave(mesh, format, directory + name, error) == 0;
-    };
-    const bool saved = save(qbShapeBox({2, 2, 2}), QB_EXPORT_X_BINARY, "house.layer1.x") &&
-                       save(qbShapeBox({4, 4, 4}), QB_EXPORT_X_TEXT, "House.Layer2.X") &&
-                       save(slidingTriangle(), QB_EXPORT_X_TEXT, "walker.layer1.x") &&
-                       qbSceneExportSave(town(), directory + "town.quab", error) == 0;
-    return saved ? "" : error;
+    return qbSceneExportSave(town(), path, error) == 0 ? "" : error;
 }

@@ -17,7 +17,6 @@ protected:
         FakeStage::SetUp();
         directory.write("box.x", boxMesh(2.0F, "1.0;1.0;1.0"));
         directory.write("slide.x", slidingMesh());
-        FakeScene& scene = fakeScenes["main"];
         scene.objects = {{"A", "box.x"}};
         scene.objects[0].surfaceCount = 1;
         scene.lights.resize(1);
@@ -30,12 +29,17 @@ protected:
         messages.clear();
     }
 
-    static std::vector<std::string> logOf(int slot) {
+    static std::string logOf(int slot) {
         fakeLogs = true;
         fakeLog.clear();
         qbSceneUpdate(slot, 0);
-        return fakeLog;
+        std::string text;
+        for (const std::string& what : fakeLog)
+            text += what + "; ";
+        return text;
     }
+
+    FakeScene& scene = fakeScenes["main"];
 };
 
 void expectColor(const SColorf& color, int r, int g, int b) {
@@ -49,41 +53,19 @@ void expectColor(const SColorf& color, int r, int g, int b) {
 
 TEST_F(Update, RunsInTheSettledOrder) {
     load("main", 0, 1, 0);
-    const std::vector<std::string> whole = {
-        "glow",
-        "current camera",
-        "fov",
-        "depth of field",
-        "camera position",
-        "camera rotation",
-        "ambient",
-        "light position",
-        "light rotation",
-        "light color",
-        "light type",
-        "emitter position",
-        "emitter rotation",
-        "emitter velocity",
-        "emitter gravity",
-        "emitter birth rate",
-        "object position",
-        "object rotation",
-        "object scale",
-        "object surfaces",
-    };
-    EXPECT_EQ(logOf(0), whole);
+    EXPECT_EQ(logOf(0),
+              "glow; current camera; fov; depth of field; camera position; camera rotation; ambient; "
+              "light position; light rotation; light color; light type; emitter position; "
+              "emitter rotation; emitter velocity; emitter gravity; emitter birth rate; "
+              "object position; object rotation; object scale; object surfaces; ");
     fakeLogs = false;
     load("main", 0, 1, 1);
-    const std::vector<std::string> extra = {
-        "current camera",   "camera position",  "ambient",         "emitter position",
-        "emitter rotation", "emitter velocity", "emitter gravity", "emitter birth rate",
-        "object position",  "object rotation",  "object scale",    "object surfaces",
-    };
-    EXPECT_EQ(logOf(0), extra);
+    EXPECT_EQ(logOf(0), "current camera; camera position; ambient; emitter position; emitter rotation; "
+                        "emitter velocity; emitter gravity; emitter birth rate; object position; "
+                        "object rotation; object scale; object surfaces; ");
 }
 
 TEST_F(Update, CarriesTheCamera) {
-    FakeScene& scene = fakeScenes["main"];
     scene.cameras.resize(2);
     scene.camera = 1;
     scene.cameras[1] = {{{1.0F, 2.0F, 3.0F}, {0.0F, 90.0F, 0.0F}, {}, 0.5F}, 60.0F, 1, 7.0F, 2.8F};
@@ -107,26 +89,20 @@ TEST_F(Update, CarriesTheCamera) {
     scene.cameras[0].motion.position = {8.0F, 8.0F, 8.0F};
     qbSceneUpdate(0, 0);
     EXPECT_EQ(camera->getPosition(), vector3df(8.0F, 8.0F, 8.0F));
-}
 
-TEST_F(Update, LeavesTheCameraAloneWithoutOne) {
-    fakeScenes["main"].cameras.clear();
+    scene.cameras.clear();
     camera->setFOV(1.25F);
-    holder->setPosition(vector3df(1.0F, 2.0F, 3.0F));
-    load("main", 0, 1, 0);
     qbSceneUpdate(0, 10);
     EXPECT_EQ(camera->getFOV(), 1.25F);
-    EXPECT_EQ(holder->getPosition(), vector3df(1.0F, 2.0F, 3.0F));
+    EXPECT_EQ(camera->getPosition(), vector3df(8.0F, 8.0F, 8.0F));
 }
 
 TEST_F(Update, PlacesExtrasAgainstTheirOwnCamera) {
-    FakeScene& scene = fakeScenes["extra"];
-    scene = fakeScenes["main"];
     scene.glow = 1;
     scene.objects[0].motion.position = {10.0F, 20.0F, 30.0F};
     scene.cameras[0] = {{{1.0F, 2.0F, 3.0F}, {0.0F, 90.0F, 0.0F}, {}, 0.5F}, 20.0F, 1, 7.0F, 2.8F};
     camera->setFOV(1.25F);
-    load("extra", 0, 1, 1);
+    load("main", 0, 1, 1);
     qbSceneUpdate(0, 8);
     EXPECT_EQ(qbObjectMeshNode(1)->getPosition(), vector3df(5.0F, 18.0F, 27.0F));
     EXPECT_EQ(camera->getFOV(), 1.25F);
@@ -136,11 +112,11 @@ TEST_F(Update, PlacesExtrasAgainstTheirOwnCamera) {
 }
 
 TEST_F(Update, DrivesLights) {
-    FakeScene& scene = fakeScenes["main"];
     scene.lights.resize(4);
     scene.lights[0].type = 0;
     scene.lights[0].motion.rotation = {10.0F, 20.0F, 30.0F};
     scene.lights[1].type = 2;
+    scene.lights[1].color = {-1.0F, 1e30F, NAN};
     scene.lights[2].type = 7; // neither distant nor spot
     scene.lights[2].color = {1.0F, 0.5F, 0.0F};
     scene.lights[2].intensity = 1.5F;
@@ -151,10 +127,9 @@ TEST_F(Update, DrivesLights) {
     scene.lights[1].edge = 12.0F;
     qbSceneUpdate(0, 5);
     using namespace irr::video;
-    const SLight* lights[4] = {qbVisibleLightData(0), qbVisibleLightData(1), qbVisibleLightData(2),
-                               qbVisibleLightData(3)};
-    for (const SLight* light : lights)
-        ASSERT_NE(light, nullptr);
+    const SLight* lights[4];
+    for (int id = 0; id < 4; id++)
+        ASSERT_NE(lights[id] = qbVisibleLightData(id), nullptr);
     EXPECT_EQ(lights[0]->Type, ELT_DIRECTIONAL);
     EXPECT_EQ(lights[0]->Radius, 100.0F);
     EXPECT_EQ(qbVisibleLightNode(0)->getRotation(), vector3df(10.0F, 20.0F, 30.0F));
@@ -165,12 +140,13 @@ TEST_F(Update, DrivesLights) {
     EXPECT_EQ(lights[2]->Type, ELT_POINT);
     EXPECT_EQ(lights[2]->Radius, 10000000.0F);
     expectColor(lights[2]->DiffuseColor, 126, 191, 0);
+    expectColor(lights[1]->DiffuseColor, 1, 0, 0);
     EXPECT_EQ(lights[3]->Radius, 45.0F);
 }
 
 TEST_F(Update, PutsTheAmbientIntoTheFirstVisibleLight) {
-    fakeScenes["main"].ambient = {0.5F, 0.25F, 2.0F};
-    fakeScenes["main"].lights.resize(2);
+    scene.ambient = {0.5F, 0.25F, 2.0F};
+    scene.lights.resize(2);
     fakeScenes["extra"].cameras.resize(1);
     load("main", 0, 1, 0);
     load("extra", 1, 50, 1);
@@ -185,16 +161,7 @@ TEST_F(Update, PutsTheAmbientIntoTheFirstVisibleLight) {
     expectColor(qbVisibleLightData(0)->AmbientColor, 0, 0, 0);
 }
 
-TEST_F(Update, TakesColorsOutOfEveryRange) {
-    fakeScenes["main"].lights[0].color = {-1.0F, 1e30F, NAN};
-    load("main", 0, 1, 0);
-    qbSceneStart(0);
-    qbSceneUpdate(0, 0);
-    expectColor(qbVisibleLightData(0)->DiffuseColor, 1, 0, 0);
-}
-
 TEST_F(Update, PlaysMeshFramesFromTheScenesZero) {
-    FakeScene& scene = fakeScenes["main"];
     scene.objects = {{"A", "slide.x"}};
     scene.firstFrame = 100;
     scene.framesPerSecond = 25;
@@ -210,7 +177,6 @@ TEST_F(Update, PlaysMeshFramesFromTheScenesZero) {
 }
 
 TEST_F(Update, MovesObjects) {
-    FakeScene& scene = fakeScenes["main"];
     scene.objects[0].motion = {{1.0F, 2.0F, 3.0F}, {10.0F, 20.0F, 30.0F}, {0.5F, 2.0F, 1.0F}, 0.5F};
     load("main", 0, 1, 0);
     qbSceneUpdate(0, 20);
@@ -219,12 +185,9 @@ TEST_F(Update, MovesObjects) {
     EXPECT_EQ(node->getRotation(), vector3df(10.0F, 20.0F, 30.0F));
     EXPECT_EQ(node->getScale(), vector3df(0.5F, 2.0F, 1.0F));
     EXPECT_EQ(qbObjectSurfaceCtx(1, 0)->params[1].color[0], 20.0F);
-    qbSceneUpdate(0, -20);
-    EXPECT_EQ(node->getPosition(), vector3df(-9.0F, 2.0F, 3.0F));
 }
 
 TEST_F(Update, AllocatesNothing) {
-    FakeScene& scene = fakeScenes["main"];
     scene.objects = {{"A", "box.x"}, {"B", "slide.x"}};
     scene.objects[0].surfaceCount = 65;
     load("main", 0, 1, 0);

@@ -1,15 +1,11 @@
 #pragma once
 
-#include "platform/message.h"
 #include "scene/format/container.h"
+#include "support/messages.h"
+#include "support/temporary_directory.h"
 
 #include <bit>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -64,7 +60,7 @@ inline std::string stringProp(const std::string& key, const std::string& value) 
 inline std::string run(uint32_t count, float value) {
     return nested("VRUN", be32(count) + beFloat(value));
 }
-inline std::string data(const std::vector<float>& values) {
+inline std::string literals(const std::vector<float>& values) {
     std::string body = be32(static_cast<uint32_t>(values.size()));
     for (const float value : values)
         body += beFloat(value);
@@ -91,40 +87,4 @@ public:
 private:
     std::vector<uint8_t> data_;
     QbFile* file_;
-};
-
-// A directory of its own for one test.
-class TempDir {
-public:
-    TempDir() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "qb_scene_XXXXXX").string();
-        path_ = mkdtemp(pattern.data());
-    }
-    ~TempDir() { std::filesystem::remove_all(path_); }
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
-    std::string path(const std::string& file) const { return (path_ / file).string(); }
-    std::string write(const std::string& file, const std::string& bytes) const {
-        std::ofstream(path(file), std::ios::binary) << bytes;
-        return path(file);
-    }
-
-private:
-    std::filesystem::path path_;
-};
-
-// Collects what qbMessage says.
-class Messages {
-public:
-    Messages() {
-        texts().clear();
-        qbMessageSetSink([](const char* text) { texts().push_back(text); });
-    }
-    ~Messages() { qbMessageSetSink(nullptr); }
-    Messages(const Messages&) = delete;
-    Messages& operator=(const Messages&) = delete;
-    static std::vector<std::string>& texts() {
-        static std::vector<std::string> collected;
-        return collected;
-    }
 };

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <random>
+#include <span>
 
 // Damaged scenes must be refused or read as far as they make sense: no crash, no hang, no read outside.
 
@@ -17,7 +18,7 @@ std::string goodScene() {
     std::string motion;
     for (const char* key : {"Position.X", "Position.Y", "Position.Z", "Rotation.H", "Rotation.P",
                             "Rotation.B", "Scale.X", "Scale.Y", "Scale.Z"})
-        motion += chan(key, 3, data({1, 2}) + run(5, 3) + data({4}));
+        motion += chan(key, 3, literals({1, 2}) + run(5, 3) + literals({4}));
     const std::string node = nested("CGRP", name("ShaderParam:speed (1)") + chan("Scalar", 2, run(8, 1)));
     const std::string shader = nested("CGRP", name("Shader:blur.hlsl (1)"));
     const std::string surface = nested("CGRP", name("stone") + chan("Color.R", 4, run(8, 1)) +
@@ -38,12 +39,13 @@ std::string goodScene() {
         top("CGRP", name("Surfaces") + nested("CGRP", name("a") + surface)));
 }
 
-size_t lengthOf(const char* text) {
-    return text ? std::strlen(text) : 0;
+// Reads a text to its end.
+void use(const char* text) {
+    EXPECT_LE(text ? std::strlen(text) : 0, 255u);
 }
 
 // The samples of a channel, by both ways of asking.
-void useChannel(const QbScene& scene, const QbChannelRef& channel) {
+void use(const QbScene& scene, const QbChannelRef& channel) {
     for (const int32_t index : {0, 1, 2, 6, 7, 8, 3, 2147483647, -1}) {
         const float remembered = qbChannelSample(&scene, &channel, index);
         const float walked =
@@ -52,35 +54,37 @@ void useChannel(const QbScene& scene, const QbChannelRef& channel) {
     }
 }
 
-size_t useGroup(const QbScene& scene, const QbChannelGroup& group) {
-    size_t characters = lengthOf(group.name);
-    for (int32_t i = 0; i < group.channelCount; ++i) {
-        characters += lengthOf(group.channels[i].name);
-        useChannel(scene, {group.channels[i].vals, {}});
+void use(const QbScene& scene, const QbChannelGroup& group) {
+    use(group.name);
+    for (const QbChannel& channel : std::span(group.channels, static_cast<size_t>(group.channelCount))) {
+        use(channel.name);
+        use(scene, {channel.vals, {}});
     }
     for (int32_t i = 0; i < group.groupCount; ++i)
-        characters += useGroup(scene, group.groups[i]);
-    return characters;
+        use(scene, group.groups[i]);
 }
 
 // Looks at everything that a reader of the scene looks at.
-size_t useScene(const QbScene& scene) {
-    size_t characters = lengthOf(scene.globals->name) + lengthOf(scene.globals->fileName);
+void use(const QbScene& scene) {
+    use(scene.globals->name);
+    use(scene.globals->fileName);
+    use(scene, scene.globals->renderChannel);
     for (int32_t i = 0; i < scene.objectCount; ++i) {
-        characters += lengthOf(scene.objects[i].name) + lengthOf(qbSceneMeshFileName(&scene.objects[i]));
+        use(scene.objects[i].name);
+        use(qbSceneMeshFileName(&scene.objects[i]));
         for (const QbChannelRef& channel : scene.objects[i].motion.channels)
-            useChannel(scene, channel);
+            use(scene, channel);
     }
-    for (int32_t i = 0; i < scene.emitterCount; ++i)
-        characters += lengthOf(scene.emitters[i].name) + lengthOf(scene.emitters[i].hyperVoxelImage);
+    for (int32_t i = 0; i < scene.emitterCount; ++i) {
+        use(scene.emitters[i].name);
+        use(scene.emitters[i].hyperVoxelImage);
+    }
     for (int32_t i = 0; i < scene.sceneObjectCount; ++i)
         for (int32_t j = 0; j < scene.sceneObjects[i].surfaceCount; ++j)
             for (const QbSurfaceParam& param : scene.sceneObjects[i].surfaces[j].params)
-                characters += lengthOf(param.textureImage);
+                use(param.textureImage);
     for (int32_t i = 0; i < scene.groupCount; ++i)
-        characters += useGroup(scene, scene.groups[i]);
-    useChannel(scene, scene.globals->renderChannel);
-    return characters;
+        use(scene, scene.groups[i]);
 }
 
 class DamageTest : public testing::Test {
@@ -97,14 +101,14 @@ protected:
     }
 
     // True when the scene was read.
-    static bool use(const std::string& bytes) {
+    static bool read(const std::string& bytes) {
         // A copy that ends where the bytes do, so that a read past them is noticed.
         std::vector<uint8_t> copy(bytes.begin(), bytes.end());
         QbFile* image = qbFileOpenMemory(copy.data(), static_cast<int32_t>(copy.size()));
         QbScene* scene = qbSceneReadImage(image, "damaged.quab");
         if (!scene) return false;
         qbSceneBindChannels(scene);
-        useScene(*scene);
+        use(*scene);
         qbSceneRecordFree(scene);
         return true;
     }
@@ -121,15 +125,15 @@ protected:
 
 TEST_F(DamageTest, EveryTruncationIsRefused) {
     const std::string good = goodScene();
-    ASSERT_TRUE(use(good));
+    ASSERT_TRUE(read(good));
     for (size_t length = 0; length < good.size(); ++length) {
         const std::string cut = good.substr(0, length);
-        EXPECT_FALSE(use(cut)) << length;
+        EXPECT_FALSE(read(cut)) << length;
         dump(cut);
         // The same with a form that knows how long the file is.
         if (length < 12) continue;
         const std::string shorter = form(good.substr(12, length - 12));
-        use(shorter);
+        read(shorter);
         dump(shorter);
     }
 }
@@ -143,7 +147,7 @@ TEST_F(DamageTest, RandomChangesDoNoHarm) {
         for (auto change = random() % 3 + 1; change > 0; --change)
             bad[random() % bad.size()] =
                 static_cast<char>(random() % 4 ? random() % 256 : 255 * (random() % 2));
-        readCount += use(bad) ? 1 : 0;
+        readCount += read(bad) ? 1 : 0;
         if (round % 8 == 0) dump(bad);
     }
     // Most bytes are values, so both ways must have been gone often.

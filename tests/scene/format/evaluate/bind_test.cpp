@@ -1,5 +1,7 @@
 #include "scene/format/channel.h"
 
+#include "test_scene.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -52,28 +54,43 @@ struct BindTest : testing::Test {
         scene.processing = &processing;
         scene.groups = build(groups);
         scene.groupCount = static_cast<int32_t>(groups.size());
-        scene.objects = objects.data();
-        scene.objectCount = static_cast<int32_t>(objects.size());
-        scene.lights = lights.data();
-        scene.lightCount = static_cast<int32_t>(lights.size());
-        scene.cameras = cameras.data();
-        scene.cameraCount = static_cast<int32_t>(cameras.size());
-        scene.emitters = emitters.data();
-        scene.emitterCount = static_cast<int32_t>(emitters.size());
-        scene.sceneObjects = sceneObjects.data();
-        scene.sceneObjectCount = static_cast<int32_t>(sceneObjects.size());
+        attach(objects, scene.objects, scene.objectCount);
+        attach(lights, scene.lights, scene.lightCount);
+        attach(cameras, scene.cameras, scene.cameraCount);
+        attach(emitters, scene.emitters, scene.emitterCount);
+        attach(sceneObjects, scene.sceneObjects, scene.sceneObjectCount);
         EXPECT_EQ(qbSceneBindChannels(&scene), 0);
     }
 
+    // Two surfaces of one name with these shader nodes.
+    void bindSurfaces(const Group& nodes) {
+        for (const QbSurface& surface : surfaces)
+            std::free(surface.shaderParams);
+        surfaces = {named<QbSurface>("S"), named<QbSurface>("S")};
+        sceneObjects = {named<QbSceneObject>("o")};
+        attach(surfaces, sceneObjects[0].surfaces, sceneObjects[0].surfaceCount);
+        bind({{"Surfaces", {}, {{"o", {}, {{"S", {}, {nodes}}}}}}});
+    }
+
     template <class Record>
-    static Record named(const char* name) {
+    static Record named(const char* text) {
         Record record{};
-        record.name = name;
+        record.name = text;
         return record;
     }
 };
 
-std::vector<std::pair<const char*, uint32_t>> motion(uint32_t base) {
+using Channels = std::vector<std::pair<const char*, uint32_t>>;
+
+// Channels with offsets that count up.
+Channels numbered(uint32_t first, std::initializer_list<const char*> names) {
+    Channels channels;
+    for (const char* text : names)
+        channels.emplace_back(text, first++);
+    return channels;
+}
+
+Channels motion(uint32_t base) {
     return {{"Scale.Z", base + 8},    {"Scale.Y", base + 7},    {"Scale.X", base + 6},
             {"Rotation.B", base + 5}, {"Rotation.P", base + 4}, {"Rotation.H", base + 3},
             {"Position.Z", base + 2}, {"Position.Y", base + 1}, {"Position.X", base}};
@@ -82,6 +99,15 @@ std::vector<std::pair<const char*, uint32_t>> motion(uint32_t base) {
 void expectMotion(const QbMotionChannels& channels, uint32_t base) {
     for (uint32_t i = 0; i < 9; i++)
         EXPECT_EQ(channels.channels[i].vals, base ? base + i : 0) << i;
+}
+
+using Offsets = std::vector<uint32_t>;
+
+Offsets valsOf(std::initializer_list<QbChannelRef> channels) {
+    Offsets offsets;
+    for (const QbChannelRef& channel : channels)
+        offsets.push_back(channel.vals);
+    return offsets;
 }
 
 TEST_F(BindTest, FindsByExactNameTheFirstInTheFile) {
@@ -107,37 +133,25 @@ TEST_F(BindTest, BindsSceneAndItems) {
     cameras = {named<QbCamera>("Eye"), named<QbCamera>("Fixed")};
     emitters = {named<QbEmitter>("Smoke"), QbEmitter{}};
     bind({{"MC", {{"CameraSelector", 5}}},
-          {"Global",
-           {{"ColorSaturation", 11},
-            {"GlowIntensity", 12},
-            {"GlowRadius", 13},
-            {"AmbientColor.R", 14},
-            {"AmbientColor.G", 15},
-            {"AmbientColor.B", 16}}},
+          {"Global", numbered(11, {"ColorSaturation", "GlowIntensity", "GlowRadius", "AmbientColor.R",
+                                   "AmbientColor.G", "AmbientColor.B"})},
           {"Tree", {{"Position.X", 1}}},
           {"Quab.World:Tree", motion(100)},
           {"Quab.World:Tree", motion(900)},
           {"Quab.World:", motion(950)},
           {"Quab.World:Lamp", motion(200)},
           {"Lamp",
-           {{"Range", 31},
-            {"Color.R", 32},
-            {"Color.G", 33},
-            {"Color.B", 34},
-            {"Intensity", 35},
-            {"ConeAngle", 36},
-            {"EdgeAngle", 37}}},
+           numbered(31, {"Range", "Color.R", "Color.G", "Color.B", "Intensity", "ConeAngle", "EdgeAngle"})},
           {"Quab.World:Dark", motion(300)},
           {"Still", {{"Range", 38}}},
           {"Quab.World:Eye", motion(400)},
-          {"Eye", {{"ZoomFactor", 41}, {"FocalDistance", 42}, {"FStop", 43}}},
+          {"Eye", numbered(41, {"ZoomFactor", "FocalDistance", "FStop"})},
           {"Fixed", {{"ZoomFactor", 44}}},
           {"Quab.World:Smoke", motion(500)}});
 
-    EXPECT_EQ(globals.cameraSelector.vals, 5u);
-    EXPECT_EQ(processing.colorSaturationChannel.vals, 11u);
-    EXPECT_EQ(processing.glowIntensityChannel.vals, 12u);
-    EXPECT_EQ(processing.glowRadiusChannel.vals, 13u);
+    EXPECT_EQ(valsOf({globals.cameraSelector, processing.colorSaturationChannel,
+                      processing.glowIntensityChannel, processing.glowRadiusChannel}),
+              (Offsets{5, 11, 12, 13}));
 
     EXPECT_EQ(objects[0].motionGroup, &scene.groups[3]);
     expectMotion(objects[0].motion, 100);
@@ -146,27 +160,24 @@ TEST_F(BindTest, BindsSceneAndItems) {
     expectMotion(objects[3].motion, 0);
     EXPECT_EQ(objects[2].motionGroup, nullptr);
 
-    for (const QbLight& light : lights)
-        for (uint32_t i = 0; i < 3; i++)
-            EXPECT_EQ(light.ambientChannels[i].vals, 14 + i);
+    for (const QbLight& light : lights) {
+        const auto& ambient = light.ambientChannels;
+        EXPECT_EQ(valsOf({ambient[0], ambient[1], ambient[2]}), (Offsets{14, 15, 16}));
+    }
     const QbLight& lamp = lights[0];
     expectMotion(lamp.motion, 200);
     EXPECT_EQ(lamp.group, &scene.groups[7]);
-    EXPECT_EQ(lamp.rangeChannel.vals, 31u);
-    EXPECT_EQ(lamp.colorChannels[0].vals, 32u);
-    EXPECT_EQ(lamp.colorChannels[2].vals, 34u);
-    EXPECT_EQ(lamp.intensityChannel.vals, 35u);
-    EXPECT_EQ(lamp.coneAngleChannel.vals, 36u);
-    EXPECT_EQ(lamp.edgeAngleChannel.vals, 37u);
+    EXPECT_EQ(valsOf({lamp.rangeChannel, lamp.colorChannels[0], lamp.colorChannels[1], lamp.colorChannels[2],
+                      lamp.intensityChannel, lamp.coneAngleChannel, lamp.edgeAngleChannel}),
+              (Offsets{31, 32, 33, 34, 35, 36, 37}));
     expectMotion(lights[1].motion, 300);
     EXPECT_EQ(lights[1].group, nullptr) << "motion, but constant colour";
     EXPECT_EQ(lights[2].group, nullptr) << "without a world group the plain one is not looked for";
     EXPECT_EQ(lights[2].rangeChannel.vals, 0u);
 
     expectMotion(cameras[0].motion, 400);
-    EXPECT_EQ(cameras[0].zoomChannel.vals, 41u);
-    EXPECT_EQ(cameras[0].focalDistanceChannel.vals, 42u);
-    EXPECT_EQ(cameras[0].fStopChannel.vals, 43u);
+    EXPECT_EQ(valsOf({cameras[0].zoomChannel, cameras[0].focalDistanceChannel, cameras[0].fStopChannel}),
+              (Offsets{41, 42, 43}));
     EXPECT_EQ(cameras[1].zoomChannel.vals, 0u);
 
     expectMotion(emitters[0].motion, 500);
@@ -192,49 +203,39 @@ TEST_F(BindTest, BindsSurfacesAndTheirShaderNodes) {
     const std::string longShader = "Shader:" + longName, longParam = "ShaderParam:" + longName;
     surfaces = {named<QbSurface>("Skin"), named<QbSurface>("Cut"), named<QbSurface>("Missing"), QbSurface{}};
     sceneObjects = {named<QbSceneObject>("elsewhere"), named<QbSceneObject>("ville")};
-    sceneObjects[1].surfaces = surfaces.data();
-    sceneObjects[1].surfaceCount = 4;
-    bind({{"Skin", {{"Diffuse", 99}}},
-          {"Surfaces",
-           {},
-           {{"ville",
-             {},
-             {{"Skin",
-               {{"Color.R", 1},
-                {"Color.G", 2},
-                {"Color.B", 3},
-                {"Specular", 4},
-                {"Refractive Index", 5},
-                {"Bump_chanvals_ref", 6},
-                {"GlowIntensity", 7},
-                {"PolygonOutlineSize", 8},
-                {"Reflective", 9}},
-               {{"Nodes",
-                 {},
-                 {{nullptr},
-                  {"ShaderVertexFunction:vertexMain (1)"},
-                  {"ShaderPixelFunction:pixelMain"},
-                  {"ShaderParam:glow (2)", {{"Scalar", 51}}},
-                  {"shader:lower.hlsl"},
-                  {"ShaderParam:no:scalar", {{"Vector", 52}}},
-                  {"Shader:radialblur.hlsl (1)"}}}}},
-              {"Cut",
-               {},
-               {{"Nodes", {}, {{"ShaderVertexFunction:alone"}, {longParam.c_str()}}},
-                {"Nodes", {}, {{"Shader:second"}}}}}}},
-            {"elsewhere", {}, {{"Missing", {{"Diffuse", 98}}}}}}}});
+    attach(surfaces, sceneObjects[1].surfaces, sceneObjects[1].surfaceCount);
+    const Group skinNodes = {"Nodes",
+                             {},
+                             {{nullptr},
+                              {"ShaderVertexFunction:vertexMain (1)"},
+                              {"ShaderPixelFunction:pixelMain"},
+                              {"ShaderParam:glow (2)", {{"Scalar", 51}}},
+                              {"shader:lower.hlsl"},
+                              {"ShaderParam:no:scalar", {{"Vector", 52}}},
+                              {"Shader:radialblur.hlsl (1)"}}};
+    const Group cutNodes = {"Nodes", {}, {{"ShaderVertexFunction:alone"}, {longParam.c_str()}}};
+    const Group secondNodes = {"Nodes", {}, {{"Shader:second"}}};
+    const Channels skinChannels =
+        numbered(1, {"Color.R", "Color.G", "Color.B", "Specular", "Refractive Index", "Bump_chanvals_ref",
+                     "GlowIntensity", "PolygonOutlineSize", "Reflective"});
+    const Group ville = {
+        "ville", {}, {{"Skin", skinChannels, {skinNodes}}, {"Cut", {}, {cutNodes, secondNodes}}}};
+    const Group elsewhere = {"elsewhere", {}, {{"Missing", {{"Diffuse", 98}}}}};
+    bind({{"Skin", {{"Diffuse", 99}}}, {"Surfaces", {}, {ville, elsewhere}}});
 
     const QbSurface& skin = surfaces[0];
     ASSERT_NE(skin.group, nullptr);
-    EXPECT_EQ(skin.params[QB_SURFACE_BASE_COLOR].channels[0].vals, 1u);
-    EXPECT_EQ(skin.params[QB_SURFACE_BASE_COLOR].channels[2].vals, 3u);
-    EXPECT_EQ(skin.params[QB_SURFACE_SPECULARITY].channels[0].vals, 4u);
-    EXPECT_EQ(skin.params[QB_SURFACE_IOR].channels[0].vals, 5u);
-    EXPECT_EQ(skin.params[QB_SURFACE_BUMP].channels[0].vals, 6u);
-    EXPECT_EQ(skin.params[QB_SURFACE_GLOW_VALUE].channels[0].vals, 7u);
-    EXPECT_EQ(skin.params[QB_SURFACE_LINE_SIZE].channels[0].vals, 8u);
-    EXPECT_EQ(skin.params[QB_SURFACE_REFLECTIVITY].channels[0].vals, 9u);
-    EXPECT_EQ(skin.params[QB_SURFACE_DIFFUSE].channels[0].vals, 0u);
+    const struct {
+        QbSurfaceSlot slot;
+        Offsets offsets;
+    } SLOTS[] = {{QB_SURFACE_BASE_COLOR, {1, 2, 3}},   {QB_SURFACE_SPECULARITY, {4, 0, 0}},
+                 {QB_SURFACE_IOR, {5, 0, 0}},          {QB_SURFACE_BUMP, {6, 0, 0}},
+                 {QB_SURFACE_GLOW_VALUE, {7, 0, 0}},   {QB_SURFACE_LINE_SIZE, {8, 0, 0}},
+                 {QB_SURFACE_REFLECTIVITY, {9, 0, 0}}, {QB_SURFACE_DIFFUSE, {0, 0, 0}}};
+    for (const auto& [slot, offsets] : SLOTS) {
+        const auto& channels = skin.params[slot].channels;
+        EXPECT_EQ(valsOf({channels[0], channels[1], channels[2]}), offsets) << slot;
+    }
     EXPECT_EQ(skin.hasShader, 1);
     EXPECT_STREQ(skin.shaderName, "radialblur.hlsl");
     EXPECT_STREQ(skin.shaderVertexFunction, "vertexMain");
@@ -269,27 +270,20 @@ TEST_F(BindTest, FindsTheSameInSmallAndInLargeGroups) {
 }
 
 TEST_F(BindTest, KeepsTheFirstShaderParametersThatFit) {
-    std::vector<std::string> names;
-    for (uint32_t i = 0; i < 11; i++)
-        names.push_back("ShaderParam:p" + std::to_string(i));
-    for (const size_t count : {10u, 11u}) {
+    for (const uint32_t count : {10u, 11u}) {
+        std::deque<std::string> names;
         Group nodes = {"Nodes"};
         for (uint32_t i = 0; i < count; i++)
-            nodes.children.push_back({names[i].c_str(), {{"Scalar", 20 + i}}});
+            nodes.children.push_back(
+                {names.emplace_back("ShaderParam:p" + std::to_string(i)).c_str(), {{"Scalar", 20 + i}}});
         nodes.children.push_back({"Shader:last.hlsl"});
-        surfaces = {named<QbSurface>("S"), named<QbSurface>("S")};
-        sceneObjects = {named<QbSceneObject>("o")};
-        sceneObjects[0].surfaces = surfaces.data();
-        sceneObjects[0].surfaceCount = 2;
-        bind({{"Surfaces", {}, {{"o", {}, {{"S", {}, {nodes}}}}}}});
+        bindSurfaces(nodes);
         for (const QbSurface& surface : surfaces) {
             ASSERT_EQ(surface.shaderParamCount, 10) << count;
             EXPECT_STREQ(surface.shaderParams[9].name, "p9");
             EXPECT_EQ(surface.shaderParams[9].channel.vals, 29u);
             EXPECT_STREQ(surface.shaderName, "last.hlsl") << "the nodes behind still count";
-            std::free(surface.shaderParams);
         }
-        surfaces.clear();
     }
 }
 
@@ -298,12 +292,7 @@ TEST_F(BindTest, CutsShaderNamesThatDoNotFit) {
         const std::string text(length, 's');
         const std::string names[] = {"Shader:" + text, "ShaderVertexFunction:" + text,
                                      "ShaderPixelFunction:" + text};
-        surfaces = {named<QbSurface>("S")};
-        sceneObjects = {named<QbSceneObject>("o")};
-        sceneObjects[0].surfaces = surfaces.data();
-        sceneObjects[0].surfaceCount = 1;
-        const Group nodes = {"Nodes", {}, {{names[0].c_str()}, {names[1].c_str()}, {names[2].c_str()}}};
-        bind({{"Surfaces", {}, {{"o", {}, {{"S", {}, {nodes}}}}}}});
+        bindSurfaces({"Nodes", {}, {{names[0].c_str()}, {names[1].c_str()}, {names[2].c_str()}}});
         EXPECT_EQ(surfaces[0].shaderName, std::string(63, 's'));
         EXPECT_EQ(surfaces[0].shaderVertexFunction, std::string(63, 's'));
         EXPECT_EQ(surfaces[0].shaderPixelFunction, std::string(63, 's'));

@@ -19,6 +19,11 @@ float sampleOf(TestScene& scene, const QbChannelRef& channel, int32_t index) {
     return qbChannelSample(scene.scene(), &channel, index);
 }
 
+// The same without a place that is remembered.
+float walkedSample(TestScene& scene, const QbChannelRef& channel, int32_t index) {
+    return dumpquab_ext_vals_get_value(scene.scene()->file, channel.vals, index);
+}
+
 TEST(ChannelSampleTime, MapsTimeToSamples) {
     const struct {
         int32_t frameStart, frameEnd;
@@ -64,33 +69,9 @@ TEST(ChannelSampleTime, MapsTimeToSamples) {
     EXPECT_EQ(second, first);
 }
 
-TEST(ChannelSample, StandsAtTheEdgesOfChunks) {
-    TestScene scene;
-    std::vector<float> literals(12);
-    for (size_t i = 0; i < literals.size(); i++)
-        literals[i] = static_cast<float>(i) + 0.5f;
-    const Bytes body = vrun(0, 99) + vdat(literals) + vdat({}) + vrun(59, 7);
-    const QbChannelRef alone = scene.add(body);
-    const QbChannelRef followed = scene.add(body + vrun(0, 98) + vdat({3, 4}));
-    const QbChannelRef empty = scene.add({});
-
-    EXPECT_EQ(sampleOf(scene, alone, 11), 11.5f);
-    EXPECT_EQ(sampleOf(scene, alone, 12), 7.0f);
-    EXPECT_EQ(sampleOf(scene, alone, 70), 7.0f);
-    EXPECT_EQ(sampleOf(scene, alone, 71), 0.0f);
-    EXPECT_EQ(sampleOf(scene, alone, INT_MAX), 0.0f);
-    EXPECT_EQ(sampleOf(scene, alone, -1), 0.0f);
-    EXPECT_EQ(sampleOf(scene, alone, 0), 0.5f);
-    EXPECT_EQ(sampleOf(scene, followed, 71), 3.0f);
-    EXPECT_EQ(sampleOf(scene, followed, 72), 4.0f);
-    EXPECT_EQ(sampleOf(scene, followed, 73), 0.0f);
-    EXPECT_EQ(sampleOf(scene, empty, 0), 0.0f);
-    EXPECT_EQ(sampleOf(scene, QbChannelRef{}, 0), 0.0f);
-}
-
 struct Coded {
     std::vector<float> samples;
-    Bytes body;
+    std::string body;
 };
 
 Coded randomChannel(std::mt19937& random, size_t count) {
@@ -100,10 +81,9 @@ Coded randomChannel(std::mt19937& random, size_t count) {
         std::vector<float> values(length);
         for (float& value : values)
             value = static_cast<float>(random() % 2000) / 8 - 100;
-        const bool run = random() % 2;
-        if (run) std::fill(values.begin(), values.end(), length ? values[0] : 1);
-        coded.body =
-            coded.body + (run ? vrun(static_cast<uint32_t>(length), length ? values[0] : 1) : vdat(values));
+        const bool isRun = random() % 2;
+        if (isRun) std::fill(values.begin(), values.end(), length ? values[0] : 1);
+        coded.body += isRun ? run(static_cast<uint32_t>(length), length ? values[0] : 1) : literals(values);
         coded.samples.insert(coded.samples.end(), values.begin(), values.end());
     }
     return coded;
@@ -115,11 +95,10 @@ TEST(ChannelSample, EqualsAPlainArrayInAnyOrder) {
         TestScene scene;
         const Coded coded = randomChannel(random, 101);
         const QbChannelRef channel = scene.add(coded.body);
-        const QbFile* file = scene.scene()->file;
         const auto expect = [&](int32_t i) {
             const float wanted = i < 101 ? coded.samples[static_cast<size_t>(i)] : 0.0f;
             ASSERT_EQ(sampleOf(scene, channel, i), wanted) << "round " << round << " sample " << i;
-            ASSERT_EQ(dumpquab_ext_vals_get_value(file, channel.vals, i), wanted);
+            ASSERT_EQ(walkedSample(scene, channel, i), wanted);
         };
         for (int32_t i = 0; i < 104; i++)
             expect(i);
@@ -181,77 +160,76 @@ struct Wanted {
     float value;
 };
 
-TEST(ChannelSample, StaysInsideDamagedChannels) {
-    const Bytes good = vdat({5, 6});
+TEST(ChannelSample, StandsAtTheEdgesAndStaysInsideDamage) {
+    std::vector<float> halves(12);
+    for (size_t i = 0; i < halves.size(); i++)
+        halves[i] = static_cast<float>(i) + 0.5f;
+    const std::string mixed = run(0, 99) + literals(halves) + literals({}) + run(59, 7),
+                      good = literals({5, 6});
+    const std::string one = be32(4) + beFloat(1);
     const struct {
         const char* name;
-        Bytes body;
-        int extraSize; // added to the size in front of the body
+        std::string body;
         std::vector<Wanted> wanted;
+        uint32_t extraSize = 0; // added to the size in front of the body
     } rows[] = {
-        {"body over the image's end", good + vrun(9, 3), 60000, {{1, 6}, {10, 3}, {11, 0}}},
-        {"header cut off", good + word(QB_TAG_VRUN), 0, {{1, 6}, {2, 0}}},
-        {"count cut off", good + word(QB_TAG_VRUN) + half(8) + half(0), 0, {{1, 6}, {2, 0}}},
-        {"chunk too small for a count",
-         good + chunk(QB_TAG_VRUN, 2, word(4)) + good,
-         0,
-         {{1, 6}, {2, 0}, {6, 0}}},
-        {"run's value cut off", good + chunk(QB_TAG_VRUN, 8, word(4)), 0, {{1, 6}, {2, 0}, {5, 0}}},
-        {"run without value", chunk(QB_TAG_VRUN, 4, word(4)) + good, 0, {{0, 0}, {3, 0}, {4, 5}, {5, 6}}},
-        {"literals fewer than their count",
-         chunk(QB_TAG_VDAT, 8, word(4) + word(0x3f800000)) + good,
-         0,
-         {{0, 1}, {1, 0}, {3, 0}, {4, 5}}},
-        {"literals cut off by the body",
-         chunk(QB_TAG_VDAT, 20, word(4) + word(0x3f800000)),
-         0,
-         {{0, 1}, {1, 0}, {3, 0}}},
-        {"chunk over the body's end",
-         good + chunk(QB_TAG_VRUN, 60000, word(4) + word(0x3f800000)),
-         0,
-         {{2, 1}, {6, 0}}},
-        {"negative count", good + vrun(0xffffffff, 3) + good, 0, {{1, 6}, {2, 0}, {3, 0}}},
-        {"counts add up to over 2^31", good + vrun(0x7ffffffe, 3) + good, 0, {{1, 6}, {2, 0}, {INT_MAX, 0}}},
-        {"counts add up to 2^31 - 1",
-         good + vrun(0x7ffffffd, 3) + good,
-         0,
-         {{2, 3}, {INT_MAX - 1, 3}, {INT_MAX, 0}}},
+        {"literals, then a run", mixed, {{11, 11.5f}, {12, 7}, {70, 7}, {71, 0}, {INT_MAX, 0}}},
+        {"backwards and outside", mixed, {{12, 7}, {11, 11.5f}, {0, 0.5f}, {-1, 0}, {INT_MIN, 0}}},
+        {"chunks behind the run", mixed + run(0, 98) + literals({3, 4}), {{71, 3}, {72, 4}, {73, 0}}},
+        {"empty", "", {{0, 0}, {5, 0}}},
+        {"longest run", run(0x7fffffff, 6), {{INT_MAX - 1, 6}, {INT_MAX, 0}}},
+        {"run of 2^31", run(0x80000000, 6), {{0, 0}}},
+        {"body over the image's end", good + run(9, 3), {{1, 6}, {10, 3}, {11, 0}}, 60000},
+        {"value cut off by the image", good.substr(0, 17), {{0, 5}, {1, 0}}, 1},
+        {"header cut off", good + "VRUN", {{1, 6}, {2, 0}}},
+        {"count cut off", good + "VRUN" + be16(8) + be16(0), {{1, 6}, {2, 0}}},
+        {"no room for a count", good + nestedSized("VRUN", 2, be32(4)) + good, {{1, 6}, {2, 0}, {6, 0}}},
+        {"run's value cut off", good + nestedSized("VRUN", 8, be32(4)), {{1, 6}, {2, 0}, {5, 0}}},
+        {"run without value", nested("VRUN", be32(4)) + good, {{0, 0}, {3, 0}, {4, 5}, {5, 6}}},
+        {"literals fewer than their count", nested("VDAT", one) + good, {{0, 1}, {1, 0}, {3, 0}, {4, 5}}},
+        {"literals cut off by the body", nestedSized("VDAT", 20, one), {{0, 1}, {1, 0}, {3, 0}}},
+        {"chunk over the body's end", good + nestedSized("VRUN", 60000, one), {{2, 1}, {6, 0}}},
+        {"negative count", good + run(0xffffffff, 3) + good, {{1, 6}, {2, 0}, {3, 0}}},
+        {"sum over 2^31", good + run(0x7ffffffe, 3) + good, {{1, 6}, {2, 0}, {INT_MAX, 0}}},
+        {"sum of 2^31 - 1", good + run(0x7ffffffd, 3) + good, {{2, 3}, {INT_MAX - 1, 3}, {INT_MAX, 0}}},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         TestScene scene;
-        const auto size = static_cast<uint32_t>(static_cast<int>(row.body.size()) + row.extraSize);
-        const QbChannelRef channel = scene.addSized(size, row.body);
+        const QbChannelRef channel = scene.add(row.body, row.extraSize);
         for (int pass = 0; pass < 2; pass++) // the second with a place that the first one left
             for (const Wanted& wanted : row.wanted) {
                 EXPECT_EQ(sampleOf(scene, channel, wanted.index), wanted.value) << wanted.index;
-                EXPECT_EQ(dumpquab_ext_vals_get_value(scene.record.file, channel.vals, wanted.index),
-                          wanted.value);
+                EXPECT_EQ(walkedSample(scene, channel, wanted.index), wanted.value) << wanted.index;
             }
     }
+}
 
+TEST(ChannelSample, OutsideTheImageIsZero) {
     TestScene scene;
     scene.constant(1);
-    for (const uint32_t vals : {1u, static_cast<uint32_t>(scene.image.size()) + 1, 0xffffffffu}) {
-        QbChannelRef outside{};
-        outside.vals = vals;
+    const auto size = static_cast<uint32_t>(scene.image.size());
+    for (const uint32_t vals : {0u, 1u, size, size + 1, 0x80000000u, 0xffffffffu}) {
+        const QbChannelRef outside{vals, {}};
         EXPECT_EQ(sampleOf(scene, outside, 0), 0.0f) << vals;
+        EXPECT_EQ(walkedSample(scene, outside, 0), 0.0f) << vals;
     }
 }
 
 TEST(ChannelSample, ReportsAForeignChunk) {
     TestScene scene;
-    const QbChannelRef channel =
-        scene.add(vdat({5, 6}) + chunk(qbTag('X', 'X', 'X', 'X'), 6, word(3) + half(0)) + vrun(2, 8));
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(sampleOf(scene, channel, 5), 8.0f);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    const QbChannelRef channel = scene.add(literals({5, 6}) + nested("XXXX", be32(3) + be16(0)) + run(2, 8));
+    for (const auto ask : {sampleOf, walkedSample}) {
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(ask(scene, channel, 5), 8.0f);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(sampleOf(scene, channel, 4), 0.0f);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "dumpquab_ext_vals_get_value: Unknown Chunk !\n");
-    EXPECT_EQ(sampleOf(scene, channel, 6), 8.0f);
-    EXPECT_EQ(sampleOf(scene, channel, 1), 6.0f);
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(ask(scene, channel, 4), 0.0f);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), "dumpquab_ext_vals_get_value: Unknown Chunk !\n");
+        EXPECT_EQ(ask(scene, channel, 6), 8.0f);
+        EXPECT_EQ(ask(scene, channel, 1), 6.0f);
+    }
 }
 
 TEST(ChannelParam, TakesTheChannelBeforeTheConstant) {
@@ -261,7 +239,7 @@ TEST(ChannelParam, TakesTheChannelBeforeTheConstant) {
     constant.color[2] = 0.75f;
     constant.integer = -3;
     QbSurfaceParam bound = constant;
-    bound.channels[0] = scene.add(vdat({2, 1}) + vdat({-2, -1}));
+    bound.channels[0] = scene.add(literals({2, 1}) + literals({-2, -1}));
     float vector[3];
 
     EXPECT_EQ(qbParamFloat(scene.scene(), &constant, 0), 0.25f);

@@ -6,11 +6,8 @@
 
 #include <cmath>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <limits>
 #include <numbers>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -18,18 +15,9 @@ namespace {
 
 constexpr float NOT_A_NUMBER = std::numeric_limits<float>::quiet_NaN();
 
-std::filesystem::path freshDirectory() {
-    const auto root = std::filesystem::temp_directory_path();
-    std::random_device random;
-    for (;;) {
-        const auto directory = root / ("quab-tables-" + std::to_string(random()));
-        if (std::filesystem::create_directory(directory)) return directory;
-    }
-}
-
 // A scene without chunks, opened for its handle; the tests put records of their own behind it.
 struct TablesTest : testing::Test {
-    std::filesystem::path directory = freshDirectory();
+    TemporaryDirectory directory;
     QbSceneHandle* empty = nullptr;
     QbSceneHandle handle{};
     QbSceneHandle* h = &handle;
@@ -39,32 +27,24 @@ struct TablesTest : testing::Test {
     std::vector<QbCamera> cameras{3};
     std::vector<QbEmitter> emitters{1};
 
-    std::string write(const char* name) {
-        const std::string path = directory / name;
-        std::ofstream(path, std::ios::binary).write("FORM\0\0\0\4QUAB", 12);
-        return path;
+    QbSceneHandle* open(const char* name) {
+        directory.write(name, form(""));
+        return qbSceneOpen(name);
     }
     void SetUp() override {
-        empty = qbSceneOpen(write("empty.quab").c_str());
+        empty = open("empty.quab");
         ASSERT_NE(empty, nullptr);
         handle = *empty;
         handle.impl = &test.record;
     }
-    void TearDown() override {
-        qbSceneClose(empty);
-        std::filesystem::remove_all(directory);
-    }
+    void TearDown() override { qbSceneClose(empty); }
     // Call when all channels are added.
     void finish() {
         test.scene();
-        test.record.objects = objects.data();
-        test.record.objectCount = static_cast<int32_t>(objects.size());
-        test.record.lights = lights.data();
-        test.record.lightCount = static_cast<int32_t>(lights.size());
-        test.record.cameras = cameras.data();
-        test.record.cameraCount = static_cast<int32_t>(cameras.size());
-        test.record.emitters = emitters.data();
-        test.record.emitterCount = static_cast<int32_t>(emitters.size());
+        attach(objects, test.record.objects, test.record.objectCount);
+        attach(lights, test.record.lights, test.record.lightCount);
+        attach(cameras, test.record.cameras, test.record.cameraCount);
+        attach(emitters, test.record.emitters, test.record.emitterCount);
     }
 };
 
@@ -77,19 +57,17 @@ void expectVector(const float* out, float x, float y, float z) {
 TEST_F(TablesTest, OpensByName) {
     EXPECT_EQ(empty->format, 1);
     EXPECT_EQ(empty->objectInfo->count(empty), 0);
-    QbSceneHandle* backup = qbSceneOpen(write("old.quab.bak").c_str());
+    QbSceneHandle* backup = open("old.quab.bak");
     ASSERT_NE(backup, nullptr);
     EXPECT_EQ(qbSceneSave(backup, "elsewhere"), 0);
     qbSceneClose(backup);
 
     testing::internal::CaptureStderr();
-    EXPECT_EQ(qbSceneOpen(write("a.lws.ini").c_str()), nullptr);
-    EXPECT_EQ(qbSceneOpen(write("a.lws.ini.bin").c_str()), nullptr);
-    EXPECT_EQ(qbSceneOpen(write("a.quab.lws.ini").c_str()), nullptr);
-    EXPECT_EQ(qbSceneOpen(write("a.scene").c_str()), nullptr);
+    for (const char* name : {"a.lws.ini", "a.lws.ini.bin", "a.quab.lws.ini", "a.scene"})
+        EXPECT_EQ(open(name), nullptr) << name;
     EXPECT_EQ(qbSceneOpen(nullptr), nullptr);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    EXPECT_EQ(qbSceneOpen((directory / "missing.quab").c_str()), nullptr);
+    EXPECT_EQ(qbSceneOpen("missing.quab"), nullptr);
 
     EXPECT_EQ(qbSceneSave(nullptr, "x"), -1);
     QbSceneHandle other = handle;
@@ -200,16 +178,13 @@ TEST_F(TablesTest, CameraAnglesComeFromTheZoomUnlessItIsZero) {
     cameras[2].focalDistance = 7;
     cameras[2].fStopChannel = test.constant(4);
     finish();
-    float horizontal, vertical;
-    for (const int32_t i : {0, 2}) {
+    const float expected[3][2] = {{45, 30}, {90, 90}, {45, 30}};
+    for (int32_t i = 0; i < 3; i++) {
+        float horizontal, vertical;
         h->cameraInfo->fovAngles(h, i, &horizontal, &vertical, 0);
-        EXPECT_NEAR(horizontal, 45, 1e-4);
-        EXPECT_NEAR(vertical, 30, 1e-4);
+        EXPECT_NEAR(horizontal, expected[i][0], 1e-4);
+        EXPECT_NEAR(vertical, expected[i][1], 1e-4);
     }
-    h->cameraInfo->fovAngles(h, 1, &horizontal, &vertical, 0);
-    EXPECT_NEAR(horizontal, 90, 1e-4);
-    EXPECT_NEAR(vertical, 90, 1e-4);
-
     int32_t enabled;
     float distance, fStop;
     h->cameraInfo->depthOfField(h, 1, &enabled, &distance, &fStop, 0);
@@ -249,20 +224,26 @@ TEST_F(TablesTest, EmittersCountInFramesOfTheScene) {
 }
 
 TEST_F(TablesTest, ItemParamByKind) {
+    const auto eighth = static_cast<float>(std::numbers::pi / 4);
     for (int i = 0; i < 9; i++)
-        objects[1].motion.channels[i] = test.constant(static_cast<float>(i + 1));
-    for (int i = 0; i < 3; i++)
-        objects[1].motion.channels[QB_MOTION_ROTATION + i] =
-            test.constant(i == 0 ? static_cast<float>(std::numbers::pi / 4) : 0.0f);
+        objects[1].motion.channels[i] = test.constant(i == 3             ? eighth
+                                                      : i == 4 || i == 5 ? 0
+                                                                         : static_cast<float>(i + 1));
     finish();
-    float out[3];
-    expectVector(h->objectInfo->itemParam(out, h, 1, QB_ITEM_POSITION, 30), 1, 2, 3);
-    expectVector(h->objectInfo->itemParam(out, h, 1, QB_ITEM_SCALING, 30), 7, 8, 9);
-    expectVector(h->objectInfo->itemParam(out, h, 1, 7, 30), 0, 0, 0);
-    h->objectInfo->itemParam(out, h, 1, QB_ITEM_ROTATION, 30);
-    EXPECT_NEAR(out[0], 45, 1e-3);
-    h->objectInfo->itemParam(out, h, 1, QB_ITEM_ROTATION_ALT, 30);
-    EXPECT_NEAR(out[1], 45, 1e-3);
+    const struct {
+        int32_t kind;
+        float wanted[3];
+    } rows[] = {{QB_ITEM_POSITION, {1, 2, 3}},
+                {QB_ITEM_SCALING, {7, 8, 9}},
+                {QB_ITEM_ROTATION, {45, 0, 0}},
+                {QB_ITEM_ROTATION_ALT, {0, 45, 0}},
+                {7, {0, 0, 0}}};
+    for (const auto& row : rows) {
+        float out[3];
+        h->objectInfo->itemParam(out, h, 1, row.kind, 30);
+        for (int i = 0; i < 3; i++)
+            EXPECT_NEAR(out[i], row.wanted[i], 1e-3) << "kind " << row.kind << " part " << i;
+    }
 }
 
 TEST_F(TablesTest, SurfacesAreFilledUpToTheCapacity) {
@@ -274,10 +255,10 @@ TEST_F(TablesTest, SurfacesAreFilledUpToTheCapacity) {
     surfaces[0].params[QB_SURFACE_BASE_COLOR].color[1] = 1.5f;
     surfaces[0].params[QB_SURFACE_BASE_COLOR].textureImage = "skin.png";
     surfaces[0].params[QB_SURFACE_TRANSPARENCY].kind = QB_PARAM_FLOAT;
-    surfaces[0].params[QB_SURFACE_TRANSPARENCY].channels[0] = test.add(vdat({0.25f, 0.75f}));
+    surfaces[0].params[QB_SURFACE_TRANSPARENCY].channels[0] = test.add(literals({0.25f, 0.75f}));
     surfaces[0].params[QB_SURFACE_TRANSLUCENCY].color[0] = 0.5f;
     surfaces[0].params[QB_SURFACE_SIDEDNESS].kind = QB_PARAM_INT;
-    surfaces[0].params[QB_SURFACE_SIDEDNESS].channels[0] = test.add(vdat({3, 1}));
+    surfaces[0].params[QB_SURFACE_SIDEDNESS].channels[0] = test.add(literals({3, 1}));
     std::strcpy(surfaces[0].shaderName, "blur.hlsl");
     surfaces[0].hasShader = 1;
     surfaces[0].shaderParams = params;
@@ -318,13 +299,10 @@ TEST_F(TablesTest, SurfacesAreFilledUpToTheCapacity) {
 
 TEST_F(TablesTest, IsNullWithoutPointsOrPolygons) {
     objects.resize(3);
-    objects[0].numPoints = objects[0].numPolygons = 5;
-    objects[1].numPoints = 5;
-    objects[2].numPolygons = 5;
+    objects[0].numPoints = objects[0].numPolygons = objects[1].numPoints = objects[2].numPolygons = 5;
     finish();
-    EXPECT_EQ(h->objectInfo->isNull(h, 0), 0);
-    EXPECT_EQ(h->objectInfo->isNull(h, 1), 1);
-    EXPECT_EQ(h->objectInfo->isNull(h, 2), 1);
+    for (int32_t i = 0; i < 3; i++)
+        EXPECT_EQ(h->objectInfo->isNull(h, i), i > 0) << i;
     EXPECT_EQ(h->objectInfo->alwaysOne(h, 2), 1);
 }
 

@@ -62,7 +62,7 @@ struct Rotation {
 
     Rotation(const Vector& from, const Vector& to) {
         for (size_t i = 0; i < 3; i++)
-            channels[i] = scene.add(vdat({radians(from[i]), radians(to[i])}));
+            channels[i] = scene.add(literals({radians(from[i]), radians(to[i])}));
     }
     static float radians(float degrees) { return static_cast<float>(degrees * std::numbers::pi / 180); }
     Vector hpb(float time) {
