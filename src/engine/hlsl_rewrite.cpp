@@ -169,6 +169,8 @@ bool Rewriter::atPostfixMark() {
         const bool cast = out.size() - start == 3 && out[start + 1].kind == HlslKind::Name;
         operand = !value || (!cast && (start == 0 || !isKeyword(out[start - 1].text)));
     }
+    if (out.back().kind == HlslKind::Number)
+        fail(read_.peek(), "'" + std::string(read_.peek().text) + "' behind a number");
     if (operand && value) fail(read_.peek(), "'" + std::string(read_.peek().text) + "' between two values");
     return operand && !value;
 }

@@ -1,6 +1,8 @@
 #include "engine/hlsl_scan.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <unordered_set>
 
 namespace {
@@ -16,6 +18,8 @@ private:
     bool label(size_t at);
     bool innerFunction(size_t at);
     bool semicolon(const HlslToken& token);
+    bool word(const HlslToken& token);
+    bool redeclaration(size_t at);
     bool arraySize(size_t at);
 
     HlslScan* scan_;
@@ -24,7 +28,10 @@ private:
         bool isSwitch;
     };
     std::vector<Open> open_;
-    std::unordered_set<std::string_view> constants_;
+    using Names = std::unordered_set<std::string_view>;
+    Names constants_;
+    std::vector<Names> blocks_; // plain variables of each open brace
+    Names parameters_;          // of the head that comes before a brace
     const HlslToken *closed_ = nullptr,
                     *lastClosed_ = nullptr; // opening brackets of the last pair, and last ()
     bool switchHead_ = false;               // between `switch` and its brace
@@ -94,6 +101,36 @@ bool ShapeCheck::label(size_t at) {
     return true;
 }
 
+// A name that stands for a plain variable of the block must not come again as an array.
+bool ShapeCheck::redeclaration(size_t at) {
+    const std::vector<HlslToken>& tokens = scan_->tokens;
+    if (tokens[at].text == "{") blocks_.push_back(std::move(parameters_));
+    if (tokens[at].text == "{" || tokens[at].text == ";") parameters_.clear();
+    if (tokens[at].text == "}" && !blocks_.empty()) blocks_.pop_back();
+    if (at == 0 || tokens[at].kind != HlslKind::Name || at + 1 >= tokens.size()) return true;
+    const HlslToken& before = tokens[at - 1];
+    const bool keyword =
+        before.text == "return" || before.text == "else" || before.text == "do" || before.text == "case";
+    const bool declared = (before.kind == HlslKind::Name && !keyword) || before.text == ",";
+    const bool isArray = tokens[at + 1].text == "[";
+    const bool inList = !open_.empty() && open_.back().token->text == "(";
+    if (!declared || (before.text == "," && inList)) return true;
+    auto& names = inList || blocks_.empty() ? parameters_ : blocks_.back();
+    if (isArray && before.kind == HlslKind::Name && names.count(tokens[at].text))
+        return hlslFail(scan_, tokens[at], "'" + std::string(tokens[at].text) + "' is declared twice");
+    if (!isArray) names.insert(tokens[at].text);
+    return true;
+}
+
+// Words of later profiles, and one of none.
+bool ShapeCheck::word(const HlslToken& token) {
+    static constexpr std::string_view refused[] = {"noise",       "InputPatch", "OutputPatch",
+                                                   "PointStream", "LineStream", "TriangleStream",
+                                                   "class",       "interface"};
+    if (std::find(std::begin(refused), std::end(refused), token.text) == std::end(refused)) return true;
+    return hlslFail(scan_, token, "'" + std::string(token.text) + "' is not for this profile");
+}
+
 bool ShapeCheck::semicolon(const HlslToken& token) {
     if (token.text != ";" || open_.empty()) return true;
     const HlslToken* open = open_.back().token;
@@ -104,7 +141,6 @@ bool ShapeCheck::semicolon(const HlslToken& token) {
 
 bool ShapeCheck::innerFunction(size_t at) {
     const std::vector<HlslToken>& tokens = scan_->tokens;
-    if (tokens[at].text == "noise") return hlslFail(scan_, tokens[at], "'noise' is not for this profile");
     if (tokens[at].text == ")") lastClosed_ = closed_;
     if (tokens[at].text != "{" || at == 0 || tokens[at - 1].text != ")" || open_.size() < 2 || !lastClosed_)
         return true;
@@ -124,7 +160,7 @@ bool ShapeCheck::run() {
     for (size_t i = 0; i < scan_->tokens.size(); ++i) {
         const HlslToken& token = scan_->tokens[i];
         if (!bracket(token) || !lengths(token) || !label(i) || !innerFunction(i) || !semicolon(token) ||
-            !arraySize(i))
+            !word(token) || !redeclaration(i) || !arraySize(i))
             return false;
     }
     if (open_.empty()) return true;

@@ -66,6 +66,8 @@ TEST(HlslScan, MarksBehindTheirOperandMoveInFront) {
         {"for (; 1; i++) { }", "for (; 1; ++ i ) { }"},
         {"b = f(a)[i++].x--;", "b = ( -- f ( a ) [ ( ++ i - 1 ) ] . x + 1 ) ;"},
         {"if (a) ++b; else --c;", "if (a) ++b; else --c;"},
+        {"if (a) b = 1; else a = 1; if (b) b = 1; else a[0]++;",
+         "if (a) b = 1; else a = 1; if (b) b = 1; else"},
         {"return (float)++a;", "return (float)++a;"},
         {"return a++;", "return ( ++ a - 1 ) ;"},
     };
