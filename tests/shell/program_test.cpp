@@ -90,10 +90,11 @@ protected:
 
     // A box of 40 units in `color`, lit by itself, and a scene that moves it right by 20 units a second for
     // four seconds, before a backdrop of one colour.
-    static void writeBox(const fs::path& path, std::array<float, 3> color) {
+    static void writeBox(const fs::path& path, std::array<float, 3> color, const char* texture = "") {
         QbExportMesh mesh = qbShapeBox({40, 40, 40});
         QbExportMaterial material;
         material.emissive = color;
+        material.textureFileName = texture;
         mesh.materials.push_back(material);
         std::string error;
         ASSERT_EQ(qbMeshExportSave(mesh, QB_EXPORT_X_TEXT, path, error), 0) << error;
@@ -193,6 +194,9 @@ TEST_F(Program, TakesPicturesOfAPartThatBeganLongAgoInANarrowWindow) {
 
 TEST_F(Program, WhatIsMissingIsNamed) {
     writeScene("lonely.quab", "gone", {1, 0, 1});
+    writeBox("bare.layer1.x", {1, 1, 1}, "gone.png");
+    writeScene("bare.quab", "bare", {1, 0, 1});
+    directory.write("image.demo.ini", "[part.1]\ntime=0\nfilename=bare.quab\n[part.2]\ntime=600\n");
     directory.write("scene.demo.ini", "[part.1]\ntime=0\nfilename=gone.quab\n[part.2]\ntime=600\n");
     directory.write("mesh.demo.ini",
                     "[setup]\nmusicdirectory=.\n[part.1]\ntime=0\nfilename=lonely.quab\nmusic=gone.mp3\n"
@@ -203,13 +207,16 @@ TEST_F(Program, WhatIsMissingIsNamed) {
     } cases[] = {{"gone.demo.ini", "Fail to parse ini", 0},
                  {"scene.demo.ini", "Fail to load scene gone.quab", 0},
                  {"mesh.demo.ini", "The object id=1 'gone.layer1.x' cannot be loaded", 1},
+                 {"image.demo.ini", "gone.png", 1},
                  {"gone.x", "Failed to load object gone.x\n", 0},
                  {"gone.quab", "Failed to load scene", 0}};
     for (const auto& item : cases) {
         fs::remove_all("shots");
         const Result result = run(std::string("--unattended --pictures=shots ") + item.file);
         EXPECT_EQ(result.status, 0) << item.file;
-        EXPECT_NE(result.err.find(item.message), std::string::npos) << item.file << ": " << result.err;
+        // The engine says on the standard output which image it could not load.
+        const std::string said = result.err + result.out;
+        EXPECT_NE(said.find(item.message), std::string::npos) << item.file << ": " << said;
         EXPECT_EQ(readPictures().size(), item.pictures) << item.file;
     }
 }
