@@ -7,6 +7,7 @@
 #include "materials/camera_shaders.h"
 #include "platform/message.h"
 #include "platform/path.h"
+#include "platform/text.h"
 #include "scene/runtime/slots.h"
 
 #include <algorithm>
@@ -158,19 +159,6 @@ int qbDemoLoadPalettes(QbDemo* demo) {
 }
 
 // --- shader windows -------------------------------------------------------------------------------------
-
-static char foldCase(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-// Below 0, 0 or above 0, as strcmp, without regard to the case of ASCII letters.
-static int qbStrICmp(const char* a, const char* b) {
-    while (*a && foldCase(*a) == foldCase(*b)) {
-        a++;
-        b++;
-    }
-    return static_cast<unsigned char>(foldCase(*a)) - static_cast<unsigned char>(foldCase(*b));
-}
 
 // The first window of each name, in order.
 static std::vector<QbDemoShader*> distinctShaders(QbDemo* demo) {

@@ -1,5 +1,7 @@
 #include "engine/hlsl_stages.h"
 
+#include "platform/text.h"
+
 #include <spirv_cross/spirv_cross_c.h>
 
 #include <algorithm>
@@ -102,7 +104,7 @@ void Writer::locate(const std::string& field, std::string_view semantic, HlslPor
     const std::string_view name = std::string_view(field).substr(field.rfind('.') + 1);
     bool byName = false;
     for (size_t i = 1; i + 1 < scan_.tokens.size(); ++i) {
-        if (scan_.tokens[i].text != ":" || !hlslSame(scan_.tokens[i + 1].text, semantic)) continue;
+        if (scan_.tokens[i].text != ":" || !qbSameText(scan_.tokens[i + 1].text, semantic)) continue;
         const bool same = scan_.tokens[i - 1].text == name;
         if (byName && !same) continue;
         byName = same;

@@ -1,5 +1,7 @@
 #include "engine/hlsl_scan.h"
 
+#include "platform/text.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <unordered_map>
@@ -88,7 +90,7 @@ private:
 // The compiler knows VPOS as a pixel position with a half added; as a name of nobody's it comes through as a
 // plain input.
 void Rewriter::emit(HlslToken token) {
-    if (hlslSame(token.text, "VPOS") && !scan_->tokens.empty() && scan_->tokens.back().text == ":")
+    if (qbSameText(token.text, "VPOS") && !scan_->tokens.empty() && scan_->tokens.back().text == ":")
         token.text = "QB_VPOS";
     // The compiler's own rounds down and not toward 0.
     if (token.text == "fmod") token.text = "qbFmod";
@@ -235,7 +237,7 @@ void Rewriter::findFetches() {
 
 std::string_view Rewriter::samplerType(const HlslToken& word, const HlslToken& name) const {
     for (const std::string_view type : samplerTypes)
-        if (hlslSame(word.text, type) && type != "sampler") return type;
+        if (qbSameText(word.text, type) && type != "sampler") return type;
     const auto found = fetched_.find(name.text);
     return found == fetched_.end() ? "sampler2D" : found->second;
 }
@@ -244,37 +246,37 @@ bool Rewriter::samplerState(const HlslToken& state, const HlslToken& value, QbHl
     const std::string_view name = state.text;
     const auto setFilter = [&](QbHlslFilter& to) {
         for (const auto& one : filters)
-            if (hlslSame(value.text, one.name)) return to = one.filter, true;
+            if (qbSameText(value.text, one.name)) return to = one.filter, true;
         return fail(value,
                     "'" + std::string(value.text) + "' is no filter: None, Point, Linear or Anisotropic");
     };
     const auto setAddress = [&](QbHlslAddress& to) {
         for (const auto& one : addresses)
-            if (hlslSame(value.text, one.name)) return to = one.address, true;
+            if (qbSameText(value.text, one.name)) return to = one.address, true;
         return fail(value, "'" + std::string(value.text) +
                                "' is no address mode: Wrap, Mirror, Clamp, Border or MirrorOnce");
     };
-    if (hlslSame(name, "MinFilter")) return setFilter(states->minFilter);
-    if (hlslSame(name, "MagFilter")) return setFilter(states->magFilter);
-    if (hlslSame(name, "MipFilter")) return setFilter(states->mipFilter);
-    if (hlslSame(name, "AddressU")) return setAddress(states->addressU);
-    if (hlslSame(name, "AddressV")) return setAddress(states->addressV);
-    if (hlslSame(name, "AddressW")) return setAddress(states->addressW);
-    if (hlslSame(name, "Texture")) return states->texture = value.text, true;
-    if (hlslSame(name, "MaxAnisotropy")) {
+    if (qbSameText(name, "MinFilter")) return setFilter(states->minFilter);
+    if (qbSameText(name, "MagFilter")) return setFilter(states->magFilter);
+    if (qbSameText(name, "MipFilter")) return setFilter(states->mipFilter);
+    if (qbSameText(name, "AddressU")) return setAddress(states->addressU);
+    if (qbSameText(name, "AddressV")) return setAddress(states->addressV);
+    if (qbSameText(name, "AddressW")) return setAddress(states->addressW);
+    if (qbSameText(name, "Texture")) return states->texture = value.text, true;
+    if (qbSameText(name, "MaxAnisotropy")) {
         const double most = std::strtod(std::string(value.text).c_str(), nullptr);
         if (value.kind != HlslKind::Number || most < 1 || most > 16)
             return fail(value, "MaxAnisotropy is 1 to 16");
         return states->maxAnisotropy = static_cast<int>(most), true;
     }
     for (const std::string_view other : {"BorderColor", "MipMapLodBias", "MaxMipLevel", "SRGBTexture"})
-        if (hlslSame(name, other)) return true;
+        if (qbSameText(name, other)) return true;
     return fail(state, "unknown sampler state '" + std::string(name) + "'");
 }
 
 // `sampler_state { Name = Value; ... }`, the word itself being optional.
 bool Rewriter::samplerStates(HlslSamplerDeclaration* sampler) {
-    if (hlslSame(read_.peek().text, "sampler_state")) read_.step();
+    if (qbSameText(read_.peek().text, "sampler_state")) read_.step();
     const HlslToken& open = read_.peek();
     if (!read_.accept("{")) return fail(open, "'sampler_state' needs its states in braces");
     while (!read_.accept("}")) {
@@ -536,10 +538,10 @@ bool Rewriter::dropTechnique() {
 }
 
 static bool isTextureType(std::string_view word) {
-    if (hlslSame(word, "string")) return true;
+    if (qbSameText(word, "string")) return true;
     if (word.substr(0, 7) == "Texture" && word.size() > 7) return false;
-    return hlslSame(word, "texture") || hlslSame(word, "texture1D") || hlslSame(word, "texture2D") ||
-           hlslSame(word, "texture3D") || hlslSame(word, "textureCUBE");
+    return qbSameText(word, "texture") || qbSameText(word, "texture1D") || qbSameText(word, "texture2D") ||
+           qbSameText(word, "texture3D") || qbSameText(word, "textureCUBE");
 }
 
 bool Rewriter::declaration() {
@@ -549,14 +551,14 @@ bool Rewriter::declaration() {
     const std::string_view word = first.text;
     const bool block = word == "struct" || word == "cbuffer" || word == "tbuffer" || word == "typedef";
     if (first.kind != HlslKind::Name) return emitUpTo(read_.at() + 1), true;
-    if (hlslSame(word, "technique") || hlslSame(word, "technique10")) return dropTechnique();
+    if (qbSameText(word, "technique") || qbSameText(word, "technique10")) return dropTechnique();
     if (!block && atFunction()) return function();
     const size_t end = statementEnd();
     if (word == "struct") return record(end);
     if (block) return emitUpTo(end), true;
     if (isTextureType(word)) return read_.seek(end), true;
     for (const std::string_view type : samplerTypes)
-        if (hlslSame(word, type)) return samplers(end);
+        if (qbSameText(word, type)) return samplers(end);
     if (word == "static" || word == "const") return remember(end), emitUpTo(end), true;
     HlslTypeName type;
     bool known = false;

@@ -68,8 +68,6 @@ bool hlslRewrite(HlslScan* scan);
 // Always false, so that a pass can end with it.
 bool hlslFail(HlslScan* scan, const HlslToken& where, std::string reason);
 
-bool hlslSame(std::string_view a, std::string_view b); // letter case aside
-
 // A run of words with a position; past the end it gives an empty mark at the last word's place.
 class HlslReader {
 public:

@@ -1,5 +1,7 @@
 #include "engine/hlsl_scan.h"
 
+#include "platform/text.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -9,21 +11,12 @@ bool hlslFail(HlslScan* scan, const HlslToken& where, std::string reason) {
     return false;
 }
 
-static char lower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool hlslSame(std::string_view a, std::string_view b) {
-    return a.size() == b.size() &&
-           std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) { return lower(x) == lower(y); });
-}
-
 static bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
 static bool isLetter(char c) {
-    return (lower(c) >= 'a' && lower(c) <= 'z') || c == '_';
+    return (qbFoldCase(c) >= 'a' && qbFoldCase(c) <= 'z') || c == '_';
 }
 
 // --- Reader ----------------------------------------------------------------------------------------------
@@ -125,8 +118,8 @@ static size_t nameLength(const Cursor& cursor) {
 static size_t numberLength(const Cursor& cursor) {
     size_t n = 0;
     while (isLetter(cursor.look(n)) || isDigit(cursor.look(n)) || cursor.look(n) == '.' ||
-           ((cursor.look(n) == '+' || cursor.look(n) == '-') && n > 0 && lower(cursor.look(n - 1)) == 'e' &&
-            lower(cursor.look(1)) != 'x'))
+           ((cursor.look(n) == '+' || cursor.look(n) == '-') && n > 0 &&
+            qbFoldCase(cursor.look(n - 1)) == 'e' && qbFoldCase(cursor.look(1)) != 'x'))
         ++n;
     return n;
 }

@@ -1,5 +1,7 @@
 #include "engine/x_check.h"
 
+#include "platform/text.h"
+
 #include <algorithm>
 
 namespace {
@@ -318,13 +320,6 @@ bool checkMaterialList(QbXCheck& check, Mesh& mesh) {
     return false;
 }
 
-bool isTextureKind(std::string_view kind, std::string_view wanted) {
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 'a' - 'A') : c; };
-    return kind.size() == wanted.size() &&
-           std::equal(kind.begin(), kind.end(), wanted.begin(),
-                      [lower](char a, char b) { return lower(a) == lower(b); });
-}
-
 bool checkTexture(QbXReader& reader) {
     const QbXPlace place(reader, "TextureFilename");
     std::string_view name;
@@ -414,8 +409,7 @@ bool qbXCheckMaterial(QbXCheck& check) {
     std::string_view kind;
     while (qbXReadKind(reader, kind)) {
         if (qbXIs(kind, "}")) return true;
-        const bool texture =
-            isTextureKind(kind, "TextureFilename") || isTextureKind(kind, "NormalmapFilename");
+        const bool texture = qbSameText(kind, "TextureFilename") || qbSameText(kind, "NormalmapFilename");
         if (!(texture ? checkTexture(reader) : qbXPassObject(reader))) return false;
     }
     return false;

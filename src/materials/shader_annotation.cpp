@@ -2,6 +2,7 @@
 
 #include "materials/shader_file.h"
 #include "platform/message.h"
+#include "platform/text.h"
 #include "scene/format/tables.h"
 
 #include <algorithm>
@@ -136,17 +137,10 @@ static_assert(std::size(surfaceNames) == QB_SURFACE_VALUE_COUNT);
 
 // --- words ----------------------------------------------------------------------------------------------
 
-bool shaderNamesEqual(std::string_view a, std::string_view b) {
-    const auto fold = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [fold](char x, char y) { return fold(x) == fold(y); });
-}
-
 template <size_t Size>
 static const NamedId* find(const NamedId (&table)[Size], std::string_view name) {
-    const auto found = std::find_if(std::begin(table), std::end(table), [name](const NamedId& entry) {
-        return shaderNamesEqual(entry.name, name);
-    });
+    const auto found = std::find_if(std::begin(table), std::end(table),
+                                    [name](const NamedId& entry) { return qbSameText(entry.name, name); });
     return found == std::end(table) ? nullptr : found;
 }
 
@@ -231,9 +225,9 @@ static bool storeName(Parser& parser, char (&target)[Size], std::string_view nam
 // function vertexMain|pixelMain : name
 static int qbShaderParseFunction(Parser& parser, const Tokens& tokens) {
     if (tokens.count < 3) return -1;
-    if (shaderNamesEqual(tokens[1], "vertexMain"))
+    if (qbSameText(tokens[1], "vertexMain"))
         return storeName(parser, parser.shader.vertexMain, tokens[2], "entry point") ? 0 : -1;
-    if (shaderNamesEqual(tokens[1], "pixelMain"))
+    if (qbSameText(tokens[1], "pixelMain"))
         return storeName(parser, parser.shader.pixelMain, tokens[2], "entry point") ? 0 : -1;
     return 0;
 }
@@ -241,11 +235,11 @@ static int qbShaderParseFunction(Parser& parser, const Tokens& tokens) {
 // config baseMaterial : name
 // config tangents
 static int qbShaderParseConfig(Parser& parser, const Tokens& tokens) {
-    if (tokens.count >= 3 && shaderNamesEqual(tokens[1], "baseMaterial")) {
+    if (tokens.count >= 3 && qbSameText(tokens[1], "baseMaterial")) {
         const NamedId* base = find(baseMaterials, tokens[2]);
         if (base) parser.shader.baseMaterial = base->id;
     }
-    if (tokens.count >= 2 && shaderNamesEqual(tokens[1], "tangents")) parser.shader.tangents = 1;
+    if (tokens.count >= 2 && qbSameText(tokens[1], "tangents")) parser.shader.tangents = 1;
     return 0;
 }
 
@@ -261,7 +255,7 @@ static int qbShaderParseTexture(Parser& parser, const Tokens& tokens) {
     QbShaderTexture& texture = parser.shader.textures[index];
     if (!storeName(parser, texture.name, tokens[2], "texture name")) return -1;
     texture.used = 1;
-    texture.cube = tokens.count > 3 && shaderNamesEqual(tokens[3], "cube") ? 1 : 0;
+    texture.cube = tokens.count > 3 && qbSameText(tokens[3], "cube") ? 1 : 0;
     return 0;
 }
 
@@ -315,8 +309,8 @@ static void readPlainValue(QbShaderVariable& variable, const Tokens& tokens) {
 
 static int chooseProgram(QbShaderVariable& variable, const Tokens& tokens) {
     const std::string_view target = tokens.count > 3 ? tokens[3] : std::string_view();
-    const bool both = shaderNamesEqual(target, "both");
-    variable.toPixel = both || shaderNamesEqual(target, "pixel") ? 1 : 0;
+    const bool both = qbSameText(target, "both");
+    variable.toPixel = both || qbSameText(target, "pixel") ? 1 : 0;
     variable.toVertex = both || !variable.toPixel ? 1 : 0;
     return 0;
 }
@@ -397,9 +391,9 @@ static int parseStatement(Parser& parser, std::string_view line) {
     printf("\n");
 
     if (tokens.count == 0) return 0;
-    if (shaderNamesEqual(tokens[0], "function")) return qbShaderParseFunction(parser, tokens);
-    if (shaderNamesEqual(tokens[0], "config")) return qbShaderParseConfig(parser, tokens);
-    if (shaderNamesEqual(tokens[0], "texture")) return qbShaderParseTexture(parser, tokens);
+    if (qbSameText(tokens[0], "function")) return qbShaderParseFunction(parser, tokens);
+    if (qbSameText(tokens[0], "config")) return qbShaderParseConfig(parser, tokens);
+    if (qbSameText(tokens[0], "texture")) return qbShaderParseTexture(parser, tokens);
     return qbShaderParseVariable(parser, tokens);
 }
 

@@ -1,11 +1,6 @@
 #pragma once
 
-#include <string_view>
-
 struct QbIrrShader;
-
-// Equality without regard to the case of ASCII letters.
-bool shaderNamesEqual(std::string_view a, std::string_view b);
 
 // Reads the annotation block of `text` into the record and prints the words of each line. `highLevel` is set
 // already; `name` is the file, for messages; `isPixelFile` tells the two files of an assembler pair apart.

@@ -4,6 +4,7 @@
 #include "materials/shader_preprocess.h"
 #include "platform/message.h"
 #include "platform/path.h"
+#include "platform/text.h"
 
 #include <cstdio>
 #include <cstring>
@@ -150,7 +151,7 @@ int32_t qbShaderVariableFind(const QbIrrShader* shader, const char* name) {
     // The empty name is that of the slots which nobody can set.
     if (!name || !*name) return -1;
     for (int32_t i = 0; i < shader->variableCount; ++i)
-        if (shaderNamesEqual(shader->variables[i].name, name)) return i;
+        if (qbSameText(shader->variables[i].name, name)) return i;
     return -1;
 }
 

@@ -2,6 +2,7 @@
 
 #include "platform/path_system.h"
 #include "platform/process.h"
+#include "platform/text.h"
 
 #include <algorithm>
 #include <array>
@@ -14,15 +15,6 @@
 enum { BASE_NAME_MAX = 256, PATH_LENGTH_MAX = 2048 };
 
 // --- resolving ------------------------------------------------------------------------------------------
-
-static char foldCase(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-static bool equalsWithoutCase(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](char x, char y) { return foldCase(x) == foldCase(y); });
-}
 
 static std::string joined(const std::string& directory, std::string_view name) {
     std::string path = directory;
@@ -56,7 +48,7 @@ static bool walk(const std::string& directory, const std::vector<std::string_vie
     std::vector<std::string> names = qbSystemList(directory.empty() ? "." : directory);
     std::sort(names.begin(), names.end());
     for (const std::string& name : names) {
-        if (name == parts[index] || !equalsWithoutCase(name, parts[index])) continue;
+        if (name == parts[index] || !qbSameText(name, parts[index])) continue;
         if (walk(joined(directory, name), parts, index + 1, found)) return true;
     }
     return false;

@@ -4,6 +4,7 @@
 #include "platform/dialog/dialog.h"
 #include "platform/path.h"
 #include "platform/process.h"
+#include "platform/text.h"
 #include "storage/ini.h"
 
 #include <cctype>
@@ -38,21 +39,12 @@ static void scanFloats(const char* text, float** fields, int count) {
     }
 }
 
-static bool equalsNoCase(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        if (std::tolower(static_cast<unsigned char>(a[i])) != std::tolower(static_cast<unsigned char>(b[i])))
-            return false;
-    }
-    return true;
-}
-
 // An absent key leaves the wish open; "1", "yes" and "y" ask for a window, any other text for the whole
 // screen.
 static int32_t readWindowed(dictionary* ini) {
     const char* text = iniparser_getstring(ini, "Setup:windowed", nullptr);
     if (text == nullptr) return -1;
-    return equalsNoCase(text, "1") || equalsNoCase(text, "yes") || equalsNoCase(text, "y") ? 1 : 0;
+    return qbSameText(text, "1") || qbSameText(text, "yes") || qbSameText(text, "y") ? 1 : 0;
 }
 
 static void readSetupFile(dictionary* ini, int ride, QbSetup* setup) {

@@ -1,6 +1,7 @@
 #include "platform/dialog/dialog.h"
 
 #include "platform/dialog/session_posix.h"
+#include "platform/text.h"
 
 #include <FL/Fl.H>
 #include <FL/Fl_Check_Button.H>
@@ -8,7 +9,6 @@
 #include <FL/Fl_Input.H>
 #include <FL/fl_draw.H>
 #include <array>
-#include <cctype>
 #include <cmath>
 #include <memory>
 #include <string_view>
@@ -112,12 +112,7 @@ static std::string_view withoutBlanks(std::string_view text) {
 }
 
 static bool beginsWith(std::string_view text, std::string_view typed) {
-    if (typed.empty() || typed.size() > text.size()) return false;
-    for (size_t i = 0; i < typed.size(); ++i) {
-        if (tolower(static_cast<unsigned char>(text[i])) != tolower(static_cast<unsigned char>(typed[i])))
-            return false;
-    }
-    return true;
+    return !typed.empty() && qbSameText(text.substr(0, typed.size()), typed);
 }
 
 // What is typed selects the first line that begins with it, or nothing.

@@ -1,5 +1,6 @@
 #include "scene/format/tables.h"
 
+#include "platform/text.h"
 #include "scene/format/channel.h"
 #include "scene/format/scene.h"
 #include "scene/format/transform.h"
@@ -441,8 +442,7 @@ constexpr QbEmitterInfo EMITTER_INFO = {
 // Without regard to case: the name may come from a script made where case does not count.
 int formatOf(const char* fileName) {
     std::string name(fileName);
-    for (char& letter : name)
-        if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
+    std::transform(name.begin(), name.end(), name.begin(), qbFoldCase);
     if (name.find(".lws.ini") != std::string::npos) return FORMAT_TEXT;
     return name.find(".quab") != std::string::npos ? FORMAT_QUAB : FORMAT_NONE;
 }

@@ -4,9 +4,9 @@
 #include "engine/x_guard.h"
 #include "platform/message.h"
 #include "platform/path.h"
+#include "platform/text.h"
 
 #include <array>
-#include <cctype>
 #include <cstdio>
 #include <irrlicht/irrlicht.h>
 #include <memory>
@@ -33,7 +33,7 @@ bool qbMeshFileFind(const char* name, std::string& path) {
 // --- reading ----------------------------------------------------------------------------------------------
 
 static bool hasXEnding(std::string_view path) {
-    return path.size() >= 2 && path[path.size() - 2] == '.' && tolower(path.back()) == 'x';
+    return path.size() >= 2 && path[path.size() - 2] == '.' && qbFoldCase(path.back()) == 'x';
 }
 
 // Empty when it does not open. Ends somewhere behind the length that the check allows.

@@ -3,6 +3,7 @@
 #include "engine/camera.h"
 #include "engine/lights.h"
 #include "platform/message.h"
+#include "platform/text.h"
 #include "scene/runtime/fx_emitters.h"
 #include "scene/runtime/objects.h"
 #include "scene/runtime/slot_table.h"
@@ -24,17 +25,8 @@ static bool qbSceneLoadMessages = false;
 
 // --- helpers --------------------------------------------------------------------------------------------
 
-static char lowered(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 static bool sameWithoutCase(const char* a, const char* b) {
-    if (!a || !b) return false;
-    while (*a && lowered(*a) == lowered(*b)) {
-        a++;
-        b++;
-    }
-    return lowered(*a) == lowered(*b);
+    return a && b && qbSameText(a, b);
 }
 
 // Cuts what does not fit.
