@@ -34,6 +34,11 @@ add_library(qb_fltk INTERFACE)
 target_link_libraries(qb_fltk INTERFACE ${QB_FLTK_A} Xrandr Xrender Xcursor Xfixes Xext Xft fontconfig Xinerama X11
                                         Threads::Threads ${CMAKE_DL_LIBS} m)
 
+# Entry points of OpenGL. Its header stands in for <GL/gl.h>.
+pkg_check_modules(QB_EPOXY REQUIRED IMPORTED_TARGET epoxy)
+add_library(qb_epoxy INTERFACE)
+target_link_libraries(qb_epoxy INTERFACE PkgConfig::QB_EPOXY)
+
 pkg_check_modules(QB_GST REQUIRED IMPORTED_TARGET gstreamer-1.0)
 add_library(qb_gstreamer INTERFACE)
 target_link_libraries(qb_gstreamer INTERFACE PkgConfig::QB_GST)

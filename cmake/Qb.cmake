@@ -93,6 +93,11 @@ function(qb_test name)
     add_executable(${name} ${ARG_SOURCES})
     target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
     target_link_libraries(${name} PRIVATE qb_flags ${ARG_USES} ${ARG_LINK} GTest::gtest GTest::gtest_main)
+    if(ARG_FAKES)
+        # Ahead of the faked libraries, which other libraries bring along: an object of theirs that is taken for the odd
+        # inline function of the standard library would define what the test defines.
+        target_link_libraries(${name} PRIVATE stdc++)
+    endif()
     foreach(fake ${ARG_FAKES})
         target_include_directories(${name} PRIVATE $<TARGET_PROPERTY:${fake},INTERFACE_INCLUDE_DIRECTORIES>)
     endforeach()

@@ -103,8 +103,8 @@ float3 safeNormalize(float3 v) {
 
 VertexOut VertexShaderFunction(VertexIn input) {
     VertexOut result;
+    // As in the final pass, which draws the same triangles again; the target puts them a little behind it.
     result.position = mul(input.position, WorldViewProjection);
-    result.position.z += 0.00001; // a little behind the final pass, which draws the same triangles again
     result.uv = input.uv;
     result.depth = mul(input.position, WorldView).z;
     result.normal = normalize(mul(input.normal, (float3x3)WorldView));

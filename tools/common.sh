@@ -5,7 +5,7 @@ say() { printf '\n== %s\n' "$*"; }
 # Packages that the build needs, and those that a show needs to play.
 BUILD_PACKAGES="g++ cmake ninja-build pkg-config libirrlicht-dev libiniparser-dev libfltk1.3-dev libgstreamer1.0-dev
     libx11-dev libxext-dev libxxf86vm-dev libxrandr-dev libxft-dev libfontconfig-dev libxfixes-dev libxrender-dev
-    libxcursor-dev libxinerama-dev libgl-dev libpng-dev libjpeg-dev libbz2-dev zlib1g-dev libmp3lame-dev
+    libxcursor-dev libxinerama-dev libgl-dev libepoxy-dev libpng-dev libjpeg-dev libbz2-dev zlib1g-dev libmp3lame-dev
     glslang-dev spirv-tools libspirv-cross-c-shared-dev"
 RUN_PACKAGES="xvfb x11-utils libgl1-mesa-dri gstreamer1.0-plugins-base gstreamer1.0-plugins-good"
 TEST_PACKAGES="clang-format libgtest-dev libbenchmark-dev xdotool assimp-testmodels ffmpeg gstreamer1.0-plugins-bad git"

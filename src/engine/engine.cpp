@@ -226,6 +226,7 @@ int qbEngineClose() {
         if (renderer) renderer->free();
         qbLoadingClose();
         qbOverlayClear();
+        qbCubeMapFreeAll();
         qbClockDetach();
         engine.device->drop();
     }

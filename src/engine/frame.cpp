@@ -1,10 +1,10 @@
 #include "engine/engine.h"
 #include "engine/internal.h"
 
-#include <GL/gl.h>
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <epoxy/gl.h>
 #include <irrlicht/irrlicht.h>
 
 using namespace irr;

@@ -222,6 +222,9 @@ bool Connector::run(const HlslScan& vertexScan, const HlslScan& pixelScan, bool 
     if (negateY) ending_ += "    gl_Position.y = -gl_Position.y;\n";
     const size_t close = vertex_->text.rfind('}');
     if (close != std::string::npos) vertex_->text.insert(close, ending_);
+    // Programs that compute a position alike shall land on the same depth, as two passes over one mesh need.
+    const size_t entry = vertex_->text.rfind("void main()");
+    if (entry != std::string::npos) vertex_->text.insert(entry, "invariant gl_Position;\n\n");
 
     file_ = pixelScan.file;
     rewrite(pixel_, pixel_->inputs, with(&Connector::pixelInput));

@@ -19,3 +19,7 @@ void qbFrameDrawPlain();
 // --- lights.cpp ----------------------------------------------------------------------------------------
 
 void qbLightFreeAll();
+
+// --- cube_map.cpp ----------------------------------------------------------------------------------------
+
+void qbCubeMapFreeAll(); // while the device is still there

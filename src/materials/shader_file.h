@@ -6,6 +6,8 @@
 // entry points, base material, textures, and where the value of each constant comes from.
 // docs/shader-annotations.md is the reference for authors.
 
+class QbGpuProgram;
+
 enum {
     QB_SHADER_TEXTURES_MAX = 8,
     QB_SHADER_VARIABLES_MAX = 20, // of a record; both files of an assembler pair count together
@@ -104,6 +106,7 @@ struct QbIrrShader {
     uint32_t tangents;                    // 1: the mesh must be built with tangents
     uint32_t baseMaterial;                // QbShaderBaseMaterial
     int32_t materialType;                 // given by Irrlicht; -1 until then
+    QbGpuProgram* program;                // the material's; null until then
     float time;                           // seconds
     QbShaderTexture textures[QB_SHADER_TEXTURES_MAX]; // by material layer
     int32_t variableCount;                            // used entries of `variables`

@@ -5,6 +5,7 @@
 #include "platform/dialog/dialog.h"
 #include "platform/message.h"
 #include "platform/process.h"
+#include "render/renderer.h"
 #include "shell/object_view.h"
 #include "shell/pictures.h"
 #include "shell/scene_view.h"
@@ -144,6 +145,7 @@ static int startPictures(Mode mode, const Arguments& arguments) {
 static int runWindow(const Arguments& arguments) {
     const Mode mode = chooseMode(arguments.file);
     const int ride = (arguments.view.flags & QB_VIEW_RIDE) != 0 ? 1 : -1;
+    qbEngineSetRenderer(qbRendererOps());
     const bool allowDialog = mode == Mode::Demo && !arguments.unattended;
     if (qbSetupOpen("quab-setup.ini", allowDialog ? 1 : 0, ride) != 0) return -1;
     qbEngineMaximize();

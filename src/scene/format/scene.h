@@ -1,5 +1,6 @@
 #pragma once
 
+#include "scene/format/tables.h"
 #include "storage/file.h"
 
 #include <cstdint>
@@ -163,27 +164,6 @@ struct QbEmitter {
 };
 
 enum { QB_SURFACE_PARAM_COUNT = 39, QB_SHADER_NAME_SIZE = 64, QB_SHADER_PARAM_NAME_SIZE = 68 };
-
-// Slots of the surface parameters that are in use.
-enum QbSurfaceSlot {
-    QB_SURFACE_BASE_COLOR = 0,
-    QB_SURFACE_LUMINOSITY = 1,
-    QB_SURFACE_DIFFUSE = 2,
-    QB_SURFACE_SPECULARITY = 3,
-    QB_SURFACE_REFLECTIVITY = 4,
-    QB_SURFACE_TRANSPARENCY = 5,
-    QB_SURFACE_TRANSLUCENCY = 6,
-    QB_SURFACE_IOR = 7,
-    QB_SURFACE_BUMP = 8,
-    QB_SURFACE_GLOSSINESS = 9,
-    QB_SURFACE_REFLECTION_SEAM_ANGLE = 17,
-    QB_SURFACE_GLOW_VALUE = 25,
-    QB_SURFACE_LINE_SIZE = 27,
-    QB_SURFACE_REFLECTION_OPTIONS = 29,
-    QB_SURFACE_SIDEDNESS = 31,
-    QB_SURFACE_RENDER_OUTLINES = 34,
-    QB_SURFACE_REFLECTION_IMAGE = 35,
-};
 
 enum QbSurfaceParamKind { QB_PARAM_COLOR = 0, QB_PARAM_FLOAT = 1, QB_PARAM_INT = 2 };
 

@@ -21,6 +21,28 @@ enum QbItemParam {
 
 enum { QB_SURFACE_VALUE_COUNT = 39, QB_SHADER_VALUE_PARAMS_MAX = 10 };
 
+// Slots of the surface parameters that are in use.
+enum QbSurfaceSlot {
+    QB_SURFACE_BASE_COLOR = 0,
+    QB_SURFACE_LUMINOSITY = 1,
+    QB_SURFACE_DIFFUSE = 2,
+    QB_SURFACE_SPECULARITY = 3,
+    QB_SURFACE_REFLECTIVITY = 4,
+    QB_SURFACE_TRANSPARENCY = 5,
+    QB_SURFACE_TRANSLUCENCY = 6,
+    QB_SURFACE_IOR = 7,
+    QB_SURFACE_BUMP = 8,
+    QB_SURFACE_GLOSSINESS = 9,
+    QB_SURFACE_REFLECTION_SEAM_ANGLE = 17,
+    QB_SURFACE_GLOW_VALUE = 25,
+    QB_SURFACE_LINE_SIZE = 27,
+    QB_SURFACE_REFLECTION_OPTIONS = 29,
+    QB_SURFACE_SIDEDNESS = 31,
+    QB_SURFACE_RENDER_OUTLINES = 34,
+    QB_SURFACE_REFLECTION_IMAGE = 35,
+    QB_SURFACE_REFRACTION_IMAGE = 36, // a scene never fills it
+};
+
 struct QbSurfaceParamValue {
     uint32_t kind;   // 0 colour, 1 float, 2 integer
     float color[3];  // colour as fractions; color[0] is a float's value

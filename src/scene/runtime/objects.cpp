@@ -12,6 +12,7 @@
 using irr::core::vector3df;
 using irr::scene::IAnimatedMesh;
 using irr::scene::IAnimatedMeshSceneNode;
+using irr::scene::IMesh;
 using irr::scene::IMeshSceneNode;
 using irr::scene::ISceneManager;
 using irr::scene::ISceneNode;
@@ -35,20 +36,23 @@ ISceneNode* qbObjectActiveNode(QbObjectRec* object) {
     return object->isTerrain ? object->terrain : object->node;
 }
 
-IAnimatedMesh* qbObjectActiveMesh(QbObjectRec* object) {
+IMesh* qbObjectActiveMesh(QbObjectRec* object) {
     return object && !object->isTerrain ? object->mesh : nullptr;
 }
 
 // --- making and freeing ---------------------------------------------------------------------------------
 
-static bool addMeshNode(QbObjectRec* object, IAnimatedMesh* mesh) {
+static bool addMeshNode(QbObjectRec* object, IMesh* mesh) {
     ISceneManager* smgr = qbEngineGet()->smgr;
     const vector3df origin(0.0F, 0.0F, 0.0F);
     const vector3df unit(1.0F, 1.0F, 1.0F);
-    object->node =
-        object->isStatic
-            ? static_cast<ISceneNode*>(smgr->addMeshSceneNode(mesh, nullptr, -1, origin, origin, unit))
-            : smgr->addAnimatedMeshSceneNode(mesh, nullptr, -1, origin, origin, unit);
+    if (object->isStatic) {
+        object->node = smgr->addMeshSceneNode(mesh, nullptr, -1, origin, origin, unit);
+    } else {
+        // Only plain meshes are ever built anew.
+        auto* animated = static_cast<IAnimatedMesh*>(mesh);
+        object->node = smgr->addAnimatedMeshSceneNode(animated, nullptr, -1, origin, origin, unit);
+    }
     return object->node != nullptr;
 }
 
@@ -93,7 +97,7 @@ void qbObjectLoad(const char* name, int id) {
 }
 
 void qbObjectCopy(int id, int sourceId) {
-    IAnimatedMesh* mesh = qbObjectActiveMesh(objectAt(sourceId));
+    IMesh* mesh = qbObjectActiveMesh(objectAt(sourceId));
     if (!mesh) return;
     auto object = std::make_unique<QbObjectRec>();
     object->id = id;
@@ -154,7 +158,7 @@ void qbObjectSetFrame(int id, float frame) {
 }
 
 float qbObjectRadius(int id) {
-    const IAnimatedMesh* mesh = qbObjectActiveMesh(objectAt(id));
+    const IMesh* mesh = qbObjectActiveMesh(objectAt(id));
     if (!mesh) return 0.0F;
     const irr::core::aabbox3df& box = mesh->getBoundingBox();
     return box.MaxEdge.Z - box.MinEdge.Z;

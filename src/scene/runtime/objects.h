@@ -3,14 +3,15 @@
 #include "materials/surface.h"
 
 #include <cstdint>
+#include <memory>
 
 // Objects by id (1 to 999): Irrlicht nodes behind integers. On an empty id an operation does nothing or gives
 // the value stated. Angles in degrees.
 
 namespace irr {
 namespace scene {
-class IAnimatedMesh;
 class IAnimatedMeshSceneNode;
+class IMesh;
 class IMeshSceneNode;
 class ISceneNode;
 class ITerrainSceneNode;
@@ -23,12 +24,14 @@ struct QbObjectRec {
     int32_t id;       // also the node's id
     int32_t isStatic; // plain mesh node or terrain
     int32_t isTerrain;
-    int32_t surfacesReady;           // the surfaces were set up
-    irr::scene::IAnimatedMesh* mesh; // null for a copy, which shares its source's mesh, and for a terrain
+    int32_t surfacesReady; // the surfaces were set up
+    // An IAnimatedMesh of the engine's mesh cache, or one built with tangents, which the node alone holds.
+    // Null for a copy, which shares its source's mesh, and for a terrain.
+    irr::scene::IMesh* mesh;
     irr::scene::ITerrainSceneNode* terrain;
-    irr::scene::ISceneNode* node; // null for a terrain
-    int32_t surfaceCount;         // at most NOF_SURFACE_MAX
-    QbSurfaceCtx surfaces[NOF_SURFACE_MAX];
+    irr::scene::ISceneNode* node;             // null for a terrain
+    int32_t surfaceCount;                     // at most NOF_SURFACE_MAX
+    std::unique_ptr<QbSurfaceCtx[]> surfaces; // surfaceCount of them, from the set-up on; they never move
 };
 
 // A name without separator is looked up in the current directory; a separator may be a backslash or a slash.
@@ -55,7 +58,7 @@ QbSurfaceCtx* qbObjectSurfaceCtx(int id, int index); // null outside the surface
 irr::scene::IMeshSceneNode* qbObjectMeshNode(int id);
 irr::scene::IAnimatedMeshSceneNode* qbObjectAnimatedNode(int id);
 irr::scene::ISceneNode* qbObjectActiveNode(QbObjectRec* object);
-irr::scene::IAnimatedMesh* qbObjectActiveMesh(QbObjectRec* object);
+irr::scene::IMesh* qbObjectActiveMesh(QbObjectRec* object);
 
 // Hooks in the order of a scene's load: places for shadows and for opacity of whole objects. They do nothing.
 void qbObjectReceiveShadows(int id);

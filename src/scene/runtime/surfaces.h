@@ -8,9 +8,10 @@
 struct QbObjectRec;
 struct QbSurfaceValues;
 
-// First set-up; sets surfaceCount. A count over MAX_SURFACES shows a message and is cut; `values` holds
-// at least the smaller of `numSurfaces` and MAX_SURFACES records. A surface beyond the node's materials stays
-// cleared. Always 0.
+// First set-up: sets surfaceCount, makes the surfaces and turns the node's materials into theirs. When one of
+// them asks for tangents, the mesh of a plain node gets them. A count over MAX_SURFACES shows a message and
+// is cut; `values` holds at least the smaller of `numSurfaces` and MAX_SURFACES records. A surface beyond the
+// node's materials stays cleared. Always 0.
 int surfaceSetup(QbObjectRec* object, int numSurfaces, const QbSurfaceValues* values);
 
 // The values of this moment, for the surfaces that were set up. Always 0.

@@ -26,6 +26,10 @@ float drawnX(int id) {
     return node->getMesh()->getMeshBuffer(0)->getPosition(0).X;
 }
 
+irr::video::E_VERTEX_TYPE verticesOf(int id) {
+    return qbObjectMeshNode(id)->getMesh()->getMeshBuffer(0)->getVertexType();
+}
+
 } // namespace
 
 TEST_F(Objects, FindTheirMeshByName) {
@@ -192,4 +196,46 @@ TEST_F(Objects, MatchSurfacesToMaterialsByPosition) {
     qbObjectSetSurfaces(1, 2, values.data(), 40);
     EXPECT_EQ(qbObjectSurfaceCtx(1, 0)->params[1].color[0], 0.75F);
     EXPECT_EQ(qbObjectSurfaceCtx(1, 0)->needsTangents, 1) << "set up once";
+}
+
+TEST_F(Objects, GetTangentsForBumps) {
+    qbObjectLoad("box.x", 1);
+    qbObjectLoad("slide.x", 2);
+    qbObjectHide(1);
+    qbObjectAttachToHolder(1);
+    qbObjectMeshNode(1)->getMaterial(0).Shininess = 7.0F;
+    const unsigned before = nodes();
+    const irr::scene::IMesh* plain = qbObjectMeshNode(1)->getMesh();
+    QbSurfaceValues bumpy{};
+    bumpy.params[8].textureImage = "none.png";
+    qbObjectSetSurfaces(1, 1, &bumpy, 0);
+    qbObjectSetSurfaces(2, 1, &bumpy, 0);
+
+    irr::scene::IMeshSceneNode* node = qbObjectMeshNode(1);
+    EXPECT_EQ(verticesOf(1), irr::video::EVT_TANGENTS);
+    EXPECT_EQ(node->getID(), 1);
+    EXPECT_FALSE(node->isVisible());
+    EXPECT_EQ(node->getParent(), holder);
+    EXPECT_EQ(node->getMaterial(0).Shininess, 7.0F) << "the node's material, not the mesh's";
+    EXPECT_EQ(node->getMaterial(0).MaterialType, irr::video::EMT_PARALLAX_MAP_SOLID);
+    EXPECT_EQ(qbObjectDepth(1), 2.0F);
+    EXPECT_EQ(nodes(), before);
+    EXPECT_EQ(qbObjectAnimatedNode(2)->getMesh()->getMeshBuffer(0)->getVertexType(),
+              irr::video::EVT_STANDARD);
+    EXPECT_EQ(qbObjectAnimatedNode(2)->getMaterial(0).MaterialType, irr::video::EMT_PARALLAX_MAP_SOLID);
+
+    // The copy shares the new mesh, has the material of its own surface, and outlives its source.
+    qbObjectCopy(3, 1);
+    const QbSurfaceValues flat{};
+    qbObjectSetSurfaces(3, 1, &flat, 0);
+    qbObjectFree(1);
+    EXPECT_EQ(verticesOf(3), irr::video::EVT_TANGENTS);
+    EXPECT_EQ(qbObjectMeshNode(3)->getMaterial(0).MaterialType, irr::video::EMT_SOLID);
+
+    // The engine's own mesh stays as it was read. A copy never builds tangents.
+    qbObjectLoad("box.x", 1);
+    EXPECT_EQ(qbObjectMeshNode(1)->getMesh(), plain);
+    qbObjectCopy(4, 1);
+    qbObjectSetSurfaces(4, 1, &bumpy, 0);
+    EXPECT_EQ(qbObjectMeshNode(4)->getMesh(), plain);
 }

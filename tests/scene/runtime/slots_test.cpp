@@ -25,7 +25,7 @@ protected:
         return qbSceneLoad(name, slot, firstObject, 0, 0, 0, directory, extra);
     }
 
-    static irr::scene::IAnimatedMesh* meshOf(int id) {
+    static irr::scene::IMesh* meshOf(int id) {
         return qbObjectActiveMesh(static_cast<QbObjectRec*>(qbIdListGet(qbEngineGet()->objects, id)));
     }
 

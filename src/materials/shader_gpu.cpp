@@ -1,0 +1,105 @@
+#include "materials/shader_gpu.h"
+
+#include "engine/gpu_program.h"
+#include "materials/shader_constants.h"
+#include "materials/shader_file.h"
+#include "platform/message.h"
+
+#include <algorithm>
+#include <irrlicht/irrlicht.h>
+#include <string>
+#include <string_view>
+#include <utility>
+
+using namespace irr;
+
+static_assert(int{QB_BASE_SOLID} == int{video::EMT_SOLID});
+static_assert(int{QB_BASE_TRANSPARENT_ADD_COLOR} == int{video::EMT_TRANSPARENT_ADD_COLOR});
+static_assert(int{QB_BASE_TRANSPARENT_ALPHA_CHANNEL} == int{video::EMT_TRANSPARENT_ALPHA_CHANNEL});
+static_assert(int{QB_BASE_TRANSPARENT_ALPHA_CHANNEL_REF} == int{video::EMT_TRANSPARENT_ALPHA_CHANNEL_REF});
+static_assert(int{QB_BASE_TRANSPARENT_VERTEX_ALPHA} == int{video::EMT_TRANSPARENT_VERTEX_ALPHA});
+static_assert(int{QB_BASE_ONETEXTURE_BLEND} == int{video::EMT_ONETEXTURE_BLEND});
+
+enum { ERROR_LINES_MAX = 8, ERROR_TEXT_MAX = 960 }; // of one message; the latter in characters
+
+// The first lines, and how many more there are.
+static std::string shortened(std::string_view errors) {
+    std::string text;
+    int lines = 0;
+    int hidden = 0;
+    while (!errors.empty()) {
+        const size_t end = std::min(errors.find('\n'), errors.size() - 1) + 1;
+        if (lines < ERROR_LINES_MAX && text.size() + end <= ERROR_TEXT_MAX) {
+            text += errors.substr(0, end);
+            ++lines;
+        } else {
+            ++hidden;
+        }
+        errors.remove_prefix(end);
+    }
+    if (hidden > 0)
+        return text + "and " + std::to_string(hidden) + (hidden == 1 ? " more error" : " more errors");
+    while (!text.empty() && text.back() == '\n')
+        text.pop_back();
+    return text;
+}
+
+static void reportFailure(const QbIrrShader& shader, const std::string& errors) {
+    if (shader.highLevel)
+        qbTrace("!! ERROR: addHighLevelShaderMaterialFromFiles('%s') failed\n", shader.pixelFile);
+    else
+        qbTrace("!! ERROR: addShaderMaterialFromFiles('%s'+'%s') failed\n", shader.vertexFile,
+                shader.pixelFile);
+    qbMessage("%s", shortened(errors).c_str());
+}
+
+static QbGpuSource sourceOf(const QbIrrShader& shader) {
+    QbGpuSource source;
+    source.highLevel = shader.highLevel != 0;
+    source.file = shader.vertexFile;
+    source.pixelFile = shader.pixelFile;
+    source.vertexText = shader.vertexText;
+    source.pixelText = shader.pixelText;
+    if (*shader.vertexMain) source.vertexMain = shader.vertexMain;
+    if (*shader.pixelMain) source.pixelMain = shader.pixelMain;
+    source.baseMaterial = static_cast<int>(shader.baseMaterial);
+    return source;
+}
+
+int qbIrrShaderSetupGpuMaterial(QbIrrShader* shader) {
+    if (!shader->vertexText || !shader->pixelText) return -1;
+    MyShaderCallBack* callback = new MyShaderCallBack(shader);
+    QbGpuProgramPtr program;
+    std::string errors;
+    const int type = qbGpuProgramCreate(sourceOf(*shader), callback, &program, &errors);
+    if (type >= 0) {
+        shader->materialType = type;
+        shader->program = program.get();
+        callback->adopt(shader, std::move(program));
+        qbShaderTextsFree(shader);
+    } else {
+        reportFailure(*shader, errors);
+    }
+    callback->drop();
+    return type >= 0 ? 0 : -1;
+}
+
+static bool isBlended(uint32_t baseMaterial) {
+    return baseMaterial == QB_BASE_TRANSPARENT_ADD_COLOR ||
+           baseMaterial == QB_BASE_TRANSPARENT_ALPHA_CHANNEL ||
+           baseMaterial == QB_BASE_TRANSPARENT_VERTEX_ALPHA || baseMaterial == QB_BASE_ONETEXTURE_BLEND;
+}
+
+void qbShaderApply(const QbIrrShader* shader, video::SMaterial* material) {
+    if (shader->materialType < 0) return;
+    // The base switches blending on, and the driver off again after each change of the target unless the
+    // material names an operation.
+    material->BlendOperation = isBlended(shader->baseMaterial) ? video::EBO_ADD : video::EBO_NONE;
+    material->MaterialType = static_cast<video::E_MATERIAL_TYPE>(shader->materialType);
+    qbGpuProgramApplySampling(shader->program, material);
+}
+
+void qbShaderSetCubeMap(QbIrrShader* shader, int slot, const ITextureCUBE* texture) {
+    if (shader->program && slot < QB_SHADER_TEXTURES_MAX)
+        qbGpuProgramSetCubeMap(shader->program, slot, texture);
+}

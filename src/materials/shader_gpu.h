@@ -1,0 +1,24 @@
+#pragma once
+
+// The GPU half of a shader: from the texts of its record to a material type.
+
+namespace irr {
+namespace video {
+class SMaterial;
+}
+} // namespace irr
+
+class ITextureCUBE;
+struct QbIrrShader;
+
+// Compiles the texts, stores the material type and frees the texts. Once, after a successful create. From
+// then on the record belongs to the material type and goes with the device. On failure -1, after a message
+// with file, line, column and reason of each error; the record stays the caller's and keeps its texts.
+int qbIrrShaderSetupGpuMaterial(QbIrrShader* shader);
+
+// Makes a material one of this shader's: its type, its blending, and the filters and address modes of its
+// samplers. Layers' textures and all other fields stay.
+void qbShaderApply(const QbIrrShader* shader, irr::video::SMaterial* material);
+
+// A cube map for a texture slot, 0 to QB_SHADER_TEXTURES_MAX - 1, bound whenever the shader is drawn.
+void qbShaderSetCubeMap(QbIrrShader* shader, int slot, const ITextureCUBE* texture);

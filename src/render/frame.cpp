@@ -1,0 +1,202 @@
+#include "engine/engine.h"
+#include "engine/render_target.h"
+#include "materials/shader_file.h"
+#include "materials/shader_gpu.h"
+#include "materials/surface.h"
+#include "materials/surface_mark.h"
+#include "render/passes.h"
+#include "render/pipeline.h"
+#include "render/renderer.h"
+#include "render/variants.h"
+#include "scene/runtime/objects.h"
+
+#include <algorithm>
+#include <vector>
+
+using namespace irr;
+
+static QbPassHook passHook;
+
+void qbRendererSetPassHook(QbPassHook hook) {
+    passHook = hook;
+}
+
+static void beginPass(QbRenderPass pass) {
+    if (passHook) passHook(pass);
+}
+
+namespace {
+
+// The frame within Irrlicht's drawAll, which calls these at each pass and around each solid node. A node can
+// not be taken out of its solid loop: one that has no part in the geometry pass is drawn without effect.
+class Passes : public scene::ILightManager {
+public:
+    void begin(QbEngine* engine, QbLppState* state);
+    void OnPreRender(core::array<scene::ISceneNode*>& lightList) override;
+    void OnPostRender() override {}
+    void OnRenderPassPreRender(scene::E_SCENE_NODE_RENDER_PASS pass) override;
+    void OnRenderPassPostRender(scene::E_SCENE_NODE_RENDER_PASS pass) override;
+    void OnNodePreRender(scene::ISceneNode* node) override;
+    void OnNodePostRender(scene::ISceneNode* node) override;
+
+private:
+    void beginGeometry();
+    int selectDepth(scene::ISceneNode* node);
+    void drawFinal(scene::ISceneNode* node);
+
+    QbEngine* engine_ = nullptr;
+    QbLppState* state_ = nullptr;
+    bool inSolidPass_ = false;
+    bool isSaved_ = false; // `saved_` holds the materials of the node that is being drawn
+    int surfacesDrawn_ = 0;
+    QbSavedMaterials saved_;
+    core::array<scene::ISceneNode*> lights_;
+    std::vector<scene::ISceneNode*> solidNodes_; // with an object record
+};
+
+} // namespace
+
+// Whatever is drawn under it leaves neither colour nor depth, in the named passes of Irrlicht.
+static void silence(video::SOverrideMaterial* override, u16 passes) {
+    override->Material.ColorMask = video::ECP_NONE;
+    override->Material.ZWriteEnable = false;
+    override->EnableFlags = video::EMF_COLOR_MASK | video::EMF_ZWRITE_ENABLE;
+    override->EnablePasses = passes;
+}
+
+void Passes::begin(QbEngine* engine, QbLppState* state) {
+    engine_ = engine;
+    state_ = state;
+    inSolidPass_ = false;
+    surfacesDrawn_ = 0;
+    solidNodes_.clear();
+    lights_.set_used(0);
+    qbSurfaceMarksClear();
+    // Sky boxes have no place in this frame.
+    silence(&engine->driver->getOverrideMaterial(), scene::ESNRP_SKY_BOX);
+}
+
+// --- lights ---------------------------------------------------------------------------------------------
+
+// The first eight of the list are the lights of the fixed pipeline, which draws the transparent surfaces:
+// they shall be the nearest ones.
+void Passes::OnPreRender(core::array<scene::ISceneNode*>& lightList) {
+    lights_ = lightList;
+    const core::vector3df eye = engine_->smgr->getActiveCamera()->getAbsolutePosition();
+    const auto distance = [&eye](const scene::ISceneNode* node) {
+        return node->getAbsolutePosition().getDistanceFromSQ(eye);
+    };
+    scene::ISceneNode** first = lightList.pointer();
+    std::stable_sort(
+        first, first + lightList.size(),
+        [&](const scene::ISceneNode* a, const scene::ISceneNode* b) { return distance(a) < distance(b); });
+}
+
+// --- passes ---------------------------------------------------------------------------------------------
+
+void Passes::OnRenderPassPreRender(scene::E_SCENE_NODE_RENDER_PASS pass) {
+    inSolidPass_ = pass == scene::ESNRP_SOLID;
+    if (inSolidPass_) beginGeometry();
+    if (pass == scene::ESNRP_TRANSPARENT) beginPass(QB_PASS_TRANSPARENT);
+}
+
+void Passes::beginGeometry() {
+    beginPass(QB_PASS_GEOMETRY);
+    qbTargetSetMany(*state_->gbufferTargets, video::SColor(0, 0, 0, 0));
+    qbShaderApply(state_->depthClear, &state_->screenQuad->getMaterial());
+    state_->screenQuad->render(engine_->driver);
+    // The final pass draws the same triangles again, and shall never lose against them by a rounding.
+    qbTargetDepthBehind(true);
+}
+
+// The solid pass ends twice: with the lights, then with the same nodes once more, now lit.
+void Passes::OnRenderPassPostRender(scene::E_SCENE_NODE_RENDER_PASS pass) {
+    if (pass != scene::ESNRP_SOLID) return;
+    inSolidPass_ = false;
+    qbTargetDepthBehind(false);
+    beginPass(QB_PASS_LIGHT);
+    if (surfacesDrawn_ != 0) {
+        qbTargetSet(state_->lightRTT, false);
+        qbLppLightPass(engine_, state_, lights_);
+    }
+    beginPass(QB_PASS_FINAL);
+    qbTargetSet(state_->sceneRTT, true, video::SColor(qbEngineBackground() & 0xFFFFFF));
+    for (scene::ISceneNode* node : solidNodes_)
+        drawFinal(node);
+}
+
+// --- nodes ----------------------------------------------------------------------------------------------
+
+void Passes::OnNodePreRender(scene::ISceneNode* node) {
+    if (!inSolidPass_) return;
+    isSaved_ = node->getID() != -1;
+    if (isSaved_) solidNodes_.push_back(node);
+    const int drawn = isSaved_ ? selectDepth(node) : 0;
+    if (drawn == 0) engine_->driver->getOverrideMaterial().Enabled = true;
+    surfacesDrawn_ += drawn;
+}
+
+void Passes::OnNodePostRender(scene::ISceneNode* node) {
+    if (!inSolidPass_) return;
+    engine_->driver->getOverrideMaterial().Enabled = false;
+    if (isSaved_) qbLppRestoreMaterials(node, saved_);
+}
+
+int Passes::selectDepth(scene::ISceneNode* node) {
+    qbLppSaveMaterials(node, &saved_);
+    int drawn = 0;
+    for (u32 i = 0; i < node->getMaterialCount(); ++i) {
+        const QbSurfaceCtx* surface = qbObjectSurfaceCtx(node->getID(), static_cast<int>(i));
+        if (!surface) continue;
+        video::SMaterial& material = node->getMaterial(i);
+        if (qbLppSurfaceExcluded(material, surface)) {
+            // In a solid pass the node leaves out what is transparent.
+            material.MaterialType = video::EMT_TRANSPARENT_ALPHA_CHANNEL;
+            continue;
+        }
+        qbLppSelectDepth(state_, &material, surface);
+        ++drawn;
+    }
+    return drawn;
+}
+
+// Excluded surfaces keep their material: an opaque one with a shader of its own is drawn here.
+void Passes::drawFinal(scene::ISceneNode* node) {
+    qbLppSaveMaterials(node, &saved_);
+    for (u32 i = 0; i < node->getMaterialCount(); ++i) {
+        const QbSurfaceCtx* surface = qbObjectSurfaceCtx(node->getID(), static_cast<int>(i));
+        video::SMaterial& material = node->getMaterial(i);
+        if (surface && !qbLppSurfaceExcluded(material, surface)) qbLppSelectFinal(state_, &material, surface);
+    }
+    node->render();
+    qbLppRestoreMaterials(node, saved_);
+}
+
+// --- frame ----------------------------------------------------------------------------------------------
+
+static void present(QbEngine* engine, QbLppState* state) {
+    beginPass(QB_PASS_PRESENT);
+    qbTargetSetWindow();
+    qbLppDrawQuad(state, state->sceneRTT, state->screenCopy);
+    engine->gui->drawAll();
+    qbEngineDrawOverlay();
+    beginPass(QB_PASS_END);
+}
+
+void qbRendererDrawFrame(QbEngine* engine, QbLppState* state) {
+    static Passes* const passes = new Passes();
+    beginPass(QB_PASS_PREPARE);
+    // Alpha 0: what no surface covers does not glow.
+    engine->driver->beginScene(true, true, video::SColor(qbEngineBackground() & 0xFFFFFF));
+    passes->begin(engine, state);
+    engine->smgr->setLightManager(passes);
+    engine->smgr->drawAll();
+    engine->smgr->setLightManager(nullptr);
+    video::SOverrideMaterial& override = engine->driver->getOverrideMaterial();
+    override.EnableFlags = 0;
+    override.EnablePasses = 0;
+    beginPass(QB_PASS_POST);
+    qbLppPostProcess(engine, state);
+    present(engine, state);
+    qbEngineEndScene();
+}

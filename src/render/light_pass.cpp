@@ -1,0 +1,127 @@
+#include "engine/engine.h"
+#include "engine/render_target.h"
+#include "materials/shader_file.h"
+#include "materials/shader_gpu.h"
+#include "platform/message.h"
+#include "render/light_bounds.h"
+#include "render/passes.h"
+#include "render/pipeline.h"
+
+#include <algorithm>
+#include <cmath>
+
+using namespace irr;
+
+static const double RADIANS = 0.017453292519943295; // of a degree
+
+namespace {
+
+// The camera's transforms, for positions and for directions.
+struct View {
+    core::matrix4 position;
+    core::matrix4 direction; // inverse, transposed
+    core::matrix4 projection;
+};
+
+} // namespace
+
+static View viewOf(video::IVideoDriver* driver) {
+    View view;
+    view.position = driver->getTransform(video::ETS_VIEW);
+    core::matrix4 inverse = view.position;
+    inverse.makeInverse();
+    view.direction = inverse.getTransposed();
+    view.projection = driver->getTransform(video::ETS_PROJECTION);
+    return view;
+}
+
+static core::vector3df positionIn(const View& view, const core::vector3df& world) {
+    core::vector3df result = world;
+    view.position.transformVect(result);
+    return result;
+}
+
+static core::vector3df directionIn(const View& view, const core::vector3df& world) {
+    core::vector3df result = world;
+    view.direction.rotateVect(result);
+    return result.normalize();
+}
+
+// --- constants ------------------------------------------------------------------------------------------
+
+static void setVector(QbIrrShader* shader, const char* name, const core::vector3df& value) {
+    qbShaderSetFloat3(shader, name, value.X, value.Y, value.Z);
+}
+
+static void setRange(QbIrrShader* shader, const View& view, const video::SLight& light) {
+    setVector(shader, "LightPosition", positionIn(view, light.Position));
+    qbShaderSetFloat(shader, "InvLightRadiusSqr", 1.0F / light.Radius * (1.0F / light.Radius));
+}
+
+// Equal cones would divide by zero: they get the sharpest edge that a float can tell.
+static void setCones(QbIrrShader* shader, const video::SLight& light) {
+    const auto inner = static_cast<float>(std::cos(light.InnerCone * RADIANS));
+    const auto outer = static_cast<float>(std::cos(light.OuterCone * RADIANS));
+    const bool isSharp = std::abs(inner - outer) < 1e-6F;
+    qbShaderSetFloat2(shader, "SpotlightAngles", isSharp ? outer + 1e-6F : inner, outer);
+}
+
+// The shader of the light's kind, with its constants; `last` for a kind that does not exist.
+static QbIrrShader* prepareLight(QbLppState* state, const View& view, video::E_LIGHT_TYPE type,
+                                 const video::SLight& light, QbIrrShader* last) {
+    QbIrrShader* shader = last;
+    switch (type) {
+    case video::ELT_POINT:
+        shader = state->lightPass[QB_LIGHT_POINT];
+        setRange(shader, view, light);
+        break;
+    case video::ELT_SPOT:
+        shader = state->lightPass[QB_LIGHT_SPOT];
+        setVector(shader, "LightDirection", directionIn(view, light.Direction));
+        setRange(shader, view, light);
+        setCones(shader, light);
+        break;
+    case video::ELT_DIRECTIONAL:
+        shader = state->lightPass[QB_LIGHT_DISTANT];
+        setVector(shader, "LightDirection", directionIn(view, light.Direction));
+        break;
+    default:
+        qbTrace("wrong light type\n");
+    }
+    qbShaderSetFloat3(shader, "LightColor", light.DiffuseColor.r, light.DiffuseColor.g, light.DiffuseColor.b);
+    return shader;
+}
+
+// --- drawing --------------------------------------------------------------------------------------------
+
+static void drawWith(QbEngine* engine, QbLppState* state, const QbIrrShader* shader) {
+    qbShaderApply(shader, &state->screenQuad->getMaterial());
+    state->screenQuad->render(engine->driver);
+}
+
+// Outside its range a light adds nothing: only the pixels that the range can touch are drawn. False: none.
+static bool limitToRange(const QbLppState* state, const View& view, video::E_LIGHT_TYPE type,
+                         const video::SLight& light) {
+    if (type != video::ELT_POINT && type != video::ELT_SPOT) return true;
+    if (!(light.Radius > 0.0F)) return false;
+    const core::recti pixels = qbSphereBounds(positionIn(view, light.Position), light.Radius, view.projection,
+                                              state->lightRTT->getSize());
+    if (pixels.getWidth() <= 0 || pixels.getHeight() <= 0) return false;
+    qbTargetScissor(pixels);
+    return true;
+}
+
+void qbLppLightPass(QbEngine* engine, QbLppState* state, const core::array<scene::ISceneNode*>& lights) {
+    const View view = viewOf(engine->driver);
+    drawWith(engine, state, state->lightClear);
+    QbIrrShader* shader = state->lightPass[QB_LIGHT_DISTANT];
+    for (u32 i = 0; i < lights.size(); ++i) {
+        auto* node = static_cast<scene::ILightSceneNode*>(lights[i]);
+        const video::E_LIGHT_TYPE type = node->getLightType();
+        const video::SLight& light = node->getLightData();
+        if (!limitToRange(state, view, type, light)) continue;
+        shader = prepareLight(state, view, type, light, shader);
+        drawWith(engine, state, shader);
+        qbTargetScissorOff();
+    }
+}
