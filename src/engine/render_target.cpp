@@ -39,13 +39,20 @@ static void useDepthOffset(bool isGeometry) {
     if (isOpenGl()) glDepthRange(isGeometry ? 0.00001 : 0.0, 1.0);
 }
 
+// A clear obeys the masks of the material drawn last. The change of the target lets the engine set them anew.
+static void unmask() {
+    if (isOpenGl()) glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+}
+
 void qbTargetSet(video::ITexture* texture, bool clear, video::SColor color) {
+    unmask();
     driver()->setRenderTarget(texture, clear, false, color);
     useTextureConvention(true);
     useDepthOffset(false);
 }
 
 void qbTargetSetMany(const core::array<video::IRenderTarget>& targets, video::SColor color) {
+    unmask();
     driver()->setRenderTarget(targets, true, true, color);
     useTextureConvention(true);
     useDepthOffset(true);
