@@ -72,7 +72,12 @@ bool hlslFail(HlslScan* scan, const HlslToken& where, std::string reason);
 class HlslReader {
 public:
     HlslReader(const std::vector<HlslToken>& tokens, size_t begin, size_t end)
-        : tokens_(tokens), at_(begin), end_(end) {}
+        : tokens_(tokens), at_(begin), end_(end) {
+        if (end_ == 0) return;
+        past_.line = tokens_[end_ - 1].line;
+        past_.column = tokens_[end_ - 1].column;
+        past_.row = tokens_[end_ - 1].row;
+    }
     const HlslToken& peek(size_t ahead = 0) const;
     bool is(std::string_view text, size_t ahead = 0) const { return peek(ahead).text == text; }
     bool accept(std::string_view text);
@@ -86,6 +91,7 @@ public:
 private:
     const std::vector<HlslToken>& tokens_;
     size_t at_, end_;
+    HlslToken past_;
 };
 
 // --- hlsl_values.cpp -------------------------------------------------------------------------------------

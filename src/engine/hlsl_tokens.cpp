@@ -22,8 +22,7 @@ static bool isLetter(char c) {
 // --- Reader ----------------------------------------------------------------------------------------------
 
 const HlslToken& HlslReader::peek(size_t ahead) const {
-    static const HlslToken nothing;
-    return at_ + ahead < end_ ? tokens_[at_ + ahead] : nothing;
+    return at_ + ahead < end_ ? tokens_[at_ + ahead] : past_;
 }
 
 bool HlslReader::accept(std::string_view text) {

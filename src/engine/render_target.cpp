@@ -33,12 +33,6 @@ static void useTextureConvention(bool inTexture) {
     glDepthRange(0.0, inTexture ? 1.0 - DEPTH_STEPS : 1.0);
 }
 
-// Geometry lies a little behind what is drawn over it again. The offset stands here and not on the vertices:
-// moved ones would be clipped and rounded to other depths, some of them in front.
-static void useDepthOffset(bool isGeometry) {
-    if (isOpenGl()) glDepthRange(isGeometry ? 0.00001 : 0.0, 1.0);
-}
-
 // A clear obeys the masks of the material drawn last. The change of the target lets the engine set them anew.
 static void unmask() {
     if (isOpenGl()) glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
@@ -48,14 +42,12 @@ void qbTargetSet(video::ITexture* texture, bool clear, video::SColor color) {
     unmask();
     driver()->setRenderTarget(texture, clear, false, color);
     useTextureConvention(true);
-    useDepthOffset(false);
 }
 
 void qbTargetSetMany(const core::array<video::IRenderTarget>& targets, video::SColor color) {
     unmask();
     driver()->setRenderTarget(targets, true, true, color);
     useTextureConvention(true);
-    useDepthOffset(true);
 }
 
 void qbTargetSetWindow() {

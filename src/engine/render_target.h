@@ -11,8 +11,7 @@ const char* qbTargetMissing();
 // Binds a texture made by addRenderTargetTexture; textures of equal size share one depth buffer. `clear`:
 // fills it with `color` (the depth stays).
 void qbTargetSet(irr::video::ITexture* texture, bool clear, irr::video::SColor color = 0);
-// Binds several at once and clears them and their depth. Depths drawn here come out larger by up to 0.00001,
-// so that the same triangles pass the depth test when they are drawn again into a single target.
+// Binds several at once and clears them and their depth.
 void qbTargetSetMany(const irr::core::array<irr::video::IRenderTarget>& targets, irr::video::SColor color);
 // Back to the window.
 void qbTargetSetWindow();
@@ -22,8 +21,8 @@ void qbTargetScissor(const irr::core::recti& pixels);
 void qbTargetScissorOff();
 
 // While `behind`, what is drawn lands a few of the smallest steps of the depth buffer farther away: a pass
-// that draws the same triangles again later then never loses against it by a rounding. Binding a target ends
-// it.
+// that draws the same vertices again later then never loses against it by a rounding. Vertices that a program
+// itself moves back do lose: they are clipped to other depths. Binding a target ends it.
 void qbTargetDepthBehind(bool behind);
 
 // Texels of a target, rows from the top, 4 floats each (red, green, blue, alpha; channels that the format

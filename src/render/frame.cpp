@@ -97,6 +97,8 @@ void Passes::OnPreRender(core::array<scene::ISceneNode*>& lightList) {
 void Passes::OnRenderPassPreRender(scene::E_SCENE_NODE_RENDER_PASS pass) {
     inSolidPass_ = pass == scene::ESNRP_SOLID;
     if (inSolidPass_) beginGeometry();
+    // Shadow volumes have no place in this frame; they are drawn past the override material.
+    if (pass == scene::ESNRP_SHADOW) qbTargetScissor(core::recti());
     if (pass == scene::ESNRP_TRANSPARENT) beginPass(QB_PASS_TRANSPARENT);
 }
 
@@ -111,6 +113,7 @@ void Passes::beginGeometry() {
 
 // The solid pass ends twice: with the lights, then with the same nodes once more, now lit.
 void Passes::OnRenderPassPostRender(scene::E_SCENE_NODE_RENDER_PASS pass) {
+    if (pass == scene::ESNRP_SHADOW) qbTargetScissorOff();
     if (pass != scene::ESNRP_SOLID) return;
     inSolidPass_ = false;
     qbTargetDepthBehind(false);

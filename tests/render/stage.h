@@ -1,0 +1,97 @@
+#pragma once
+
+#include "engine/engine.h"
+#include "materials/surface.h"
+#include "render/pipeline.h"
+#include "support/messages.h"
+
+#include <array>
+#include <functional>
+#include <gtest/gtest.h>
+#include <irrlicht/irrlicht.h>
+#include <string>
+#include <vector>
+
+// A small window with the real renderer, and a scene put together by hand.
+
+struct StageMesh {
+    std::vector<irr::video::S3DVertex> vertices;
+    std::vector<irr::u16> indices; // three a triangle, clockwise as seen from outside
+};
+
+// A parallelogram from `corner` along `right` and `up`, facing against right x up; uv (0, 0) at the far end
+// of `up`.
+StageMesh stageQuad(irr::core::vector3df corner, irr::core::vector3df right, irr::core::vector3df up);
+StageMesh stageBox(irr::core::vector3df center, irr::core::vector3df size);
+// Smooth normals, uv by longitude and latitude.
+StageMesh stageSphere(irr::core::vector3df center, float radius, int segments, int rings);
+// cells x cells squares over size x size in the XZ plane, heights by sines; smooth normals.
+StageMesh stageHills(irr::core::vector3df center, float size, float height, int cells);
+
+// Values of one surface: white, diffuse 1, nothing else.
+class StageSurface {
+public:
+    StageSurface();
+    StageSurface& color(float r, float g, float b);
+    StageSurface& value(QbSurfaceSlot slot, float value);
+    StageSurface& integer(QbSurfaceSlot slot, int32_t value);
+    StageSurface& image(QbSurfaceSlot slot, const char* texture); // literal, or outlives the surface
+    StageSurface& shader(const char* file);                       // likewise
+    const QbSurfaceValues& values() const { return values_; }
+
+private:
+    QbSurfaceValues values_{};
+};
+
+// Texels of a target, rows from the top.
+struct StagePicture {
+    int width = 0, height = 0;
+    std::vector<float> rgba; // 4 a texel, as stored
+
+    std::array<float, 4> at(int x, int y) const;
+};
+
+class RenderStage : public testing::Test {
+protected:
+    void TearDown() override;
+
+    // Opens the engine with the renderer; the camera's far value is 1000. Once a test.
+    void open(int width, int height);
+
+    // A texture that surfaces find by this name. `texel` gives 0xAARRGGBB.
+    using TexelOf = std::function<uint32_t(int x, int y)>;
+    void addTexture(const char* name, int width, int height, const TexelOf& texel);
+
+    // Object ids count from 1 in the order of the calls. The node stands at the origin without rotation.
+    int add(const StageMesh& mesh, const StageSurface& surface);
+    irr::scene::ISceneNode* node(int id) const;
+    // Takes objects and lights away; ids begin anew.
+    void clear();
+
+    // fovY in radians.
+    void lookAt(irr::core::vector3df eye, irr::core::vector3df target, float fovY);
+
+    // Light ids count from 0. `color` in 0..1 and beyond.
+    irr::scene::ILightSceneNode* addPoint(irr::core::vector3df position, float range,
+                                          irr::video::SColorf color);
+    irr::scene::ILightSceneNode* addDistant(irr::core::vector3df direction, irr::video::SColorf color);
+    // Cones in degrees from the axis.
+    irr::scene::ILightSceneNode* addSpot(irr::core::vector3df position, irr::core::vector3df direction,
+                                         float range, float inner, float outer, irr::video::SColorf color);
+    void ambient(uint32_t color); // after the first light
+
+    void draw();
+    QbLppState* state() const { return qbRendererState(); }
+    StagePicture read(irr::video::ITexture* target) const;
+    // The window as it was drawn last, alpha 1.
+    StagePicture window() const;
+
+    std::vector<std::string>& messages = Messages::texts();
+
+private:
+    irr::scene::ILightSceneNode* addLight();
+
+    Messages sink_;
+    int objects_ = 0;
+    int lights_ = 0;
+};
