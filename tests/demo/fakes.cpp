@@ -25,10 +25,6 @@ std::string takeCalls(const std::vector<std::string>& words) {
     return text;
 }
 
-std::string takeCalls() {
-    return takeCalls({""});
-}
-
 // 0, or -1 when this is the call that fails.
 template <class... Arguments>
 static int record(const char* name, const Arguments&... arguments) {

@@ -14,7 +14,5 @@ struct Fakes {
 
 extern Fakes fakes;
 
-// Takes the calls written down until now, joined by "; ".
-std::string takeCalls();
-// Only those that begin with one of these words.
-std::string takeCalls(const std::vector<std::string>& words);
+// Takes the calls written down until now that begin with one of these words, joined by "; ".
+std::string takeCalls(const std::vector<std::string>& words = {""});

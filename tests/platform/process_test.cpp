@@ -1,12 +1,25 @@
 #include "platform/process.h"
-#include "platform/text_alias.h"
+#include "support/messages.h"
 
 #include <clocale>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <string>
+
+TEST(Message, GoesToTheErrorStreamAndTheSinkAndIsCutAt1023Characters) {
+    const std::string text(2000, 'm');
+    const std::string cut(1023, 'm');
+    testing::internal::CaptureStderr();
+    testing::internal::CaptureStdout();
+    {
+        const Messages messages;
+        qbMessage("Failed to load %s %d\n", "a%s", 7);
+        EXPECT_EQ(messages.texts(), std::vector<std::string>{"Failed to load a%s 7\n"});
+    }
+    qbMessage("%s", text.c_str());
+    qbTrace("%s", text.c_str());
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Failed to load a%s 7\n" + cut + "\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), cut); // no line end of its own
+}
 
 TEST(Process, KeepsNumbersPlainWhateverALibraryDoes) {
     setenv("LC_ALL", "C.UTF-8", 1);
@@ -17,34 +30,4 @@ TEST(Process, KeepsNumbersPlainWhateverALibraryDoes) {
     EXPECT_STREQ(setlocale(LC_NUMERIC, nullptr), "C");
     EXPECT_STREQ(setlocale(LC_CTYPE, nullptr), "C.UTF-8"); // names keep their encoding
     setlocale(LC_ALL, "C");
-}
-
-TEST(Process, KnowsItsProgramAndClock) {
-    EXPECT_EQ(qbProgramPath(), std::filesystem::read_symlink("/proc/self/exe").string());
-    const long long start = qbProcessTime();
-    qbProcessSleep(-1);
-    qbProcessSleep(20);
-    EXPECT_GE(qbProcessTime() - start, 20);
-}
-
-static std::string contents(const std::string& name) {
-    std::ifstream file(name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-TEST(TextAlias, OpensAgainAndAgainUntilReleased) {
-    const std::string text = std::string(100000, 't') + '\0' + "\r\nend";
-    QbTextAlias* alias = qbTextAliasCreate(text.data(), static_cast<unsigned>(text.size()));
-    QbTextAlias* empty = qbTextAliasCreate(nullptr, 0);
-    ASSERT_TRUE(alias && empty);
-    const std::string name = qbTextAliasName(alias);
-    EXPECT_NE(name, qbTextAliasName(empty));
-    EXPECT_EQ(contents(name), text);
-    EXPECT_EQ(contents(name), text);
-    EXPECT_EQ(contents(qbTextAliasName(empty)), "");
-    qbTextAliasFree(alias);
-    EXPECT_FALSE(std::filesystem::exists(name));
-    qbTextAliasFree(empty);
-    qbTextAliasFree(nullptr);
-    EXPECT_EQ(qbTextAliasCreate(nullptr, 1), nullptr);
 }

@@ -2,156 +2,71 @@
 
 #include "engine/engine.h"
 #include "platform/music/music_player.h"
-#include "platform/music/tone.h"
-#include "support/temporary_directory.h"
+#include "support/fake.h"
 
-#include <chrono>
 #include <gtest/gtest.h>
-#include <string>
-#include <thread>
+#include <utility>
 
-static QbEngine engine;
+// The engine is a record with a list of tunes in it; the players write down what is asked of them.
 
-QbEngine* qbEngineGet() {
-    return &engine;
-}
-
-namespace {
-
-class Music : public testing::Test {
-protected:
-    void SetUp() override {
-        engine.musics = qbIdListCreate(50);
-        writeWave(path("a.wav"), {{1000, 15}});
-        writeWave(path("b.wav"), {{1700, 15}});
-    }
-    void TearDown() override {
-        for (int id = 0; id < 50; ++id)
-            qbMusicFree(id);
-        qbIdListFree(engine.musics);
-        engine.musics = nullptr;
-        qbMusicPlayerSetSink(nullptr);
-    }
-    std::string path(const char* name) const { return directory.path() + "/" + name; }
-    // Loads a tune that records what is heard of it.
-    int load(const char* tune, int id, const char* heard) const {
-        qbMusicPlayerSetSink(recordingSink(path(heard), true).c_str());
-        return qbMusicLoad(path(tune).c_str(), id);
-    }
-    uintmax_t heard(const char* name) const {
-        std::error_code error;
-        const uintmax_t size = std::filesystem::file_size(path(name), error);
-        return error ? 0 : size;
-    }
-    bool sounds(const char* name) const {
-        const uintmax_t before = heard(name);
-        for (int i = 0; i < 1000 && heard(name) <= before; ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        return heard(name) > before;
-    }
-    bool isStill(const char* name) const {
-        const uintmax_t before = heard(name);
-        std::this_thread::sleep_for(std::chrono::milliseconds(150));
-        return heard(name) == before;
-    }
-    static const QbMusic* tune(int id) { return static_cast<const QbMusic*>(qbIdListGet(engine.musics, id)); }
-
-    TemporaryDirectory directory;
+struct QbMusicPlayer {
+    std::string file;
 };
 
-} // namespace
+static QbEngine engine;
+static std::string calls;
 
-TEST_F(Music, IdsWithoutATuneAreRefused) {
-    for (const int id : {-1, 0, 1, 49, 50, 1000000}) {
+static int record(const char* call, const QbMusicPlayer* player) {
+    calls += callText(call, player->file) + "; ";
+    return player->file == "none" ? -1 : 0;
+}
+
+FAKE(QbEngine*, qbEngineGet, (), &engine)
+FAKE(QbMusicPlayer*, qbMusicPlayerCreate, (), new QbMusicPlayer)
+int qbMusicPlayerLoad(QbMusicPlayer* player, const char* path) {
+    player->file = path;
+    return record("load", player);
+}
+FAKE(int, qbMusicPlayerRun, (QbMusicPlayer * player), record("run", player))
+FAKE(int, qbMusicPlayerStop, (QbMusicPlayer * player), record("stop", player))
+FAKE(int, qbMusicPlayerPause, (QbMusicPlayer * player), record("pause", player))
+void qbMusicPlayerFree(QbMusicPlayer* player) {
+    if (player) record("free", player);
+    delete player;
+}
+
+TEST(Music, PlaysOneTuneUntilItIsStoppedFreedOrReplaced) {
+    engine.musics = qbIdListCreate(50);
+    const auto playing = [](int id) {
+        return static_cast<const QbMusic*>(qbIdListGet(engine.musics, id))->playing;
+    };
+    for (const auto& [file, id] : {std::pair("a", 1), std::pair("b", 2), std::pair("none", 49)})
+        EXPECT_EQ(qbMusicLoad(file, id), 0) << "an unreadable file is silence";
+    EXPECT_EQ(qbMusicPlay(1), 0);
+    EXPECT_EQ(qbMusicStop(2), 0); // not its turn yet, which leaves the other alone
+    EXPECT_EQ(playing(1) * 10 + playing(2), 10);
+    EXPECT_EQ(qbMusicPlay(2), 0);
+    EXPECT_EQ(playing(1) * 10 + playing(2), 1);
+    EXPECT_EQ(qbMusicStop(2), 0);
+    EXPECT_EQ(qbMusicPlay(2), 0); // stopped for good
+    EXPECT_EQ(qbMusicPlay(49), 0);
+    EXPECT_EQ(qbMusicLoad("c", 49), 0);
+    EXPECT_EQ(playing(49), 0);
+    EXPECT_EQ(qbMusicPlay(49), 0);
+    EXPECT_EQ(qbMusicFree(49), 0);
+    EXPECT_EQ(std::exchange(calls, ""), "load a; load b; load none; run a; free a; run b; free b; run none; "
+                                        "free none; load c; run c; free c; ");
+    for (const int id : {-1, 0, 49, 50, 1000000}) {
         EXPECT_EQ(qbMusicExists(id), 0) << id;
         EXPECT_EQ(qbMusicPlay(id), -1) << id;
         EXPECT_EQ(qbMusicStop(id), -1) << id;
         EXPECT_EQ(qbMusicFree(id), -1) << id;
     }
-}
-
-TEST_F(Music, TheListHoldsIds0To49) {
-    EXPECT_EQ(load("a.wav", 49, "x"), 0);
-    EXPECT_EQ(qbMusicExists(49), 1);
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(load("a.wav", 50, "x"), -1);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "fail to add to list id=50 > max\n");
-    EXPECT_EQ(qbMusicExists(50), 0);
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(load("a.wav", -1, "x"), -1);
-    EXPECT_NE(testing::internal::GetCapturedStderr(), "");
-}
-
-TEST_F(Music, PlaysUntilStoppedForGood) {
-    ASSERT_EQ(load("a.wav", 1, "heard"), 0);
-    EXPECT_EQ(tune(1)->path, path("a.wav"));
-    EXPECT_EQ(tune(1)->playing, 0);
-    EXPECT_EQ(qbMusicPlay(1), 0);
-    EXPECT_EQ(tune(1)->playing, 1);
-    EXPECT_TRUE(sounds("heard"));
-    EXPECT_EQ(qbMusicStop(1), 0);
-    EXPECT_EQ(tune(1)->playing, 0);
-    EXPECT_TRUE(isStill("heard"));
-
-    EXPECT_EQ(tune(1)->player, nullptr);
-    EXPECT_EQ(qbMusicPlay(1), 0);
-    EXPECT_TRUE(isStill("heard"));
-    EXPECT_EQ(qbMusicStop(1), 0);
-    EXPECT_EQ(qbMusicExists(1), 1);
-    EXPECT_EQ(qbMusicFree(1), 0);
-}
-
-TEST_F(Music, OnlyOneTunePlaysAndStoppingAnotherLeavesItAlone) {
-    ASSERT_EQ(load("a.wav", 1, "first"), 0);
-    ASSERT_EQ(load("b.wav", 2, "second"), 0);
-    ASSERT_EQ(qbMusicPlay(1), 0);
-    EXPECT_EQ(qbMusicStop(2), 0);
-    EXPECT_EQ(tune(1)->playing, 1);
-    ASSERT_TRUE(sounds("first"));
-    ASSERT_EQ(qbMusicPlay(2), 0);
-    EXPECT_EQ(tune(1)->playing, 0);
-    EXPECT_EQ(tune(2)->playing, 1);
-    EXPECT_TRUE(isStill("first"));
-    EXPECT_TRUE(sounds("second")) << "a stop before its turn has not used it up";
-}
-
-TEST_F(Music, FreeingOrReplacingThePlayingTuneStopsIt) {
-    for (const bool replace : {false, true}) {
-        ASSERT_EQ(load("a.wav", 1, "first"), 0);
-        ASSERT_EQ(qbMusicPlay(1), 0);
-        ASSERT_TRUE(sounds("first"));
-        EXPECT_EQ(replace ? 0 : qbMusicFree(1), 0);
-        EXPECT_EQ(qbMusicExists(1), replace ? 1 : 0);
-        const int next = replace ? 1 : 2; // the freed id is no longer current
-        ASSERT_EQ(load("b.wav", next, "second"), 0);
-        EXPECT_TRUE(isStill("first"));
-        EXPECT_EQ(tune(next)->path, path("b.wav"));
-        EXPECT_EQ(tune(next)->playing, 0);
-        ASSERT_EQ(qbMusicPlay(next), 0);
-        EXPECT_TRUE(sounds("second"));
-        qbMusicFree(next);
-        std::filesystem::remove(path("first"));
-        std::filesystem::remove(path("second"));
-    }
-}
-
-TEST_F(Music, AnUnreadableFileIsSilenceWithoutAWord) {
-    testing::internal::CaptureStderr();
-    for (const std::string& file : {path("none.mp3"), std::string(), std::string(5000, 'x')}) {
-        EXPECT_EQ(qbMusicLoad(file.c_str(), 7), 0);
-        EXPECT_EQ(qbMusicExists(7), 1);
-        EXPECT_EQ(qbMusicPlay(7), 0);
-        EXPECT_EQ(tune(7)->playing, 1);
-        EXPECT_EQ(qbMusicStop(7), 0);
-    }
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-}
-
-TEST_F(Music, WithoutAnEngineEverythingIsRefused) {
-    QbIdList* musics = engine.musics;
+    EXPECT_EQ(qbMusicLoad("d", 50), -1);
+    for (const int id : {1, 2})
+        EXPECT_EQ(qbMusicFree(id), 0);
+    EXPECT_EQ(calls, "free ; "); // of the refused id
+    qbIdListFree(engine.musics);
     engine.musics = nullptr;
-    EXPECT_EQ(qbMusicLoad(path("a.wav").c_str(), 1), -1);
-    EXPECT_EQ(qbMusicExists(1), 0);
-    EXPECT_EQ(qbMusicPlay(1), -1);
-    engine.musics = musics;
+    EXPECT_EQ(qbMusicLoad("a", 1), -1);
 }

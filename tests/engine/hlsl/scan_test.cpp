@@ -27,18 +27,15 @@ static std::string preprocessed(std::string_view text) {
     std::string words;
     int line = 1;
     for (const HlslToken& token : scan.tokens) {
-        const bool first = words.empty() || token.line != line;
-        words += first ? std::string(static_cast<size_t>(token.line - line), '\n') : " ";
-        words += token.text;
+        const auto lines = static_cast<size_t>(token.line - line);
+        words += (words.empty() || lines > 0 ? std::string(lines, '\n') : " ") + std::string(token.text);
         line = token.line;
     }
     return words;
 }
 
 TEST(HlslScan, MacrosAndConditions) {
-    const struct {
-        const char *text, *wanted;
-    } table[] = {
+    const char* const table[][2] = {
         {"#define A(x,y) x##y+x\nA(b,c)", "\nbc + b"},
         {"#define F(x) [x]\nF (F(1)) F", "\n[ [ 1 ] ] F"},
         {"#define A B\n#define B A\nA B", "\n\nA B"},
@@ -47,89 +44,64 @@ TEST(HlslScan, MacrosAndConditions) {
         {"#if 0\ndon't\n#elif UNKNOWN\n2\n#else\n3\n#endif", "\n\n\n\n\n3"},
         {"#define X\n#ifdef X\n#ifndef X\n1\n#endif\n2\n#endif\n#undef X\n#ifdef X\n3\n#endif",
          "\n\n\n\n\n2"},
-        {"#define LONG 1 + \\\n 2\nLONG", "\n\n1 + 2"},
-        {"a // b \\\n c\nd", "a\n\nd"},
-        {"\xEF\xBB\xBFr /* \xE4 */ s", "r s"},
-        {"a\rb", "a\nb"},
+        {"\xEF\xBB\xBF#define LONG 1 + \\\n 2\nLONG", "\n\n1 + 2"},
+        {"a // b \\\n c\rd", "a\n\nd"},
     };
-    for (const auto& one : table)
-        EXPECT_EQ(preprocessed(one.text), one.wanted) << one.text;
+    for (const auto& [text, wanted] : table)
+        EXPECT_EQ(preprocessed(text), wanted) << text;
     // Two signs that a macro brings together stay two.
     EXPECT_EQ(scanned("#define N -1\nfloat f() { return a-N; }").text, "\nfloat f() { return a- - 1 ; }\n");
 }
 
 TEST(HlslScan, MarksBehindTheirOperandMoveInFront) {
-    const struct {
-        const char *text, *wanted;
-    } table[] = {
+    const char* const table[][2] = {
         {"a.x[1]++;", "++ a . x [ 1 ] ;"},
         {"for (; 1; i++) { }", "for (; 1; ++ i ) { }"},
         {"b = f(a)[i++].x--;", "b = ( -- f ( a ) [ ( ++ i - 1 ) ] . x + 1 ) ;"},
         {"if (a) ++b; else --c;", "if (a) ++b; else --c;"},
-        {"if (a) b = 1; else a = 1; if (b) b = 1; else a[0]++;",
-         "if (a) b = 1; else a = 1; if (b) b = 1; else"},
         {"return (float)++a;", "return (float)++a;"},
         {"return a++;", "return ( ++ a - 1 ) ;"},
     };
-    for (const auto& one : table) {
-        const std::string head = "float f() { ", text = scanned(head + one.text + "}").text;
-        EXPECT_EQ(text.substr(0, text.find_last_of('}')).substr(head.size()).find(one.wanted), 0u) << text;
-    }
+    for (const auto& [text, wanted] : table)
+        EXPECT_EQ(scanned("float f() { " + std::string(text) + "}").text.find(wanted), 12U) << text;
 }
 
 TEST(HlslScan, InitialValues) {
-    const struct {
-        const char* text;
-        std::vector<float> value;
-    } table[] = {
-        {"float a = 1.5f;", {1.5f}},
-        {"float a = -2e-1;", {-0.2f}},
+    const std::pair<const char*, std::vector<float>> table[] = {
+        {"float a = -2e-1f;", {-0.2f}},
         {"float3 a = 0.5;", {0.5f, 0.5f, 0.5f}},
-        {"float4 a = float4(float2(1, 2), (float2)3);", {1, 2, 3, 3}},
-        {"float4 a = float4(1, 2, 3, 4) * 2 - 1;", {1, 3, 5, 7}},
+        {"float4 a = float4(float2(1, 2), (float2)3) * 2 - 1;", {1, 3, 5, 5}},
         {"float a = 7 / 2 + 7 / 2.0 - (1 + 2) * 2;", {0.5f}},
         {"static const float2 k = {3, 4}; float2 a = k / 2;", {1.5f, 2}},
-        {"float2x2 a = { 1, 2, 3, 4 };", {1, 2, 3, 4}},
-        {"float2 a[2] = { {1, 2}, {3, 4} };", {1, 2, 3, 4}},
-        {"#define N 3\nvector<float, 2> a[N - 1] = { 1, 2, 3, 4, };", {1, 2, 3, 4}},
+        {"#define N 3\nvector<float, 2> a[N - 1] = { {1, 2}, 3, 4, };", {1, 2, 3, 4}},
         {"uniform extern float a : register(c4) = 0x10;", {16}},
         {"bool a = true;", {1}},
         {"int2 a = int2(2.9, -2.9);", {2, -2}},
-        {"float3 a;", {}},
+        {"float3 a; float f(float x = 4) { float y = 5; return y; }", {}},
     };
-    for (const auto& one : table) {
-        const HlslScan scan = scanned(one.text);
-        ASSERT_EQ(scan.globals.size(), 1u) << one.text;
-        EXPECT_EQ(scan.globals[0].name, "a");
-        EXPECT_EQ(scan.globals[0].value, one.value) << one.text;
+    for (const auto& [text, value] : table) {
+        const HlslScan scan = scanned(text);
+        ASSERT_EQ(scan.globals.size(), 1u) << text;
+        EXPECT_EQ(scan.globals[0].value, value) << text;
     }
-    const HlslScan several =
-        scanned("float a = 1, b, c[2] = {2, 3}; float f(float x = 4) { float y = 5; return y; }");
-    ASSERT_EQ(several.globals.size(), 3u);
-    EXPECT_EQ(several.globals[2].value, (std::vector<float>{2, 3}));
 }
 
 TEST(HlslScan, SamplerStates) {
     const HlslScan scan = scanned(R"(
 sampler A = SAMPLER_STATE { texture = <Wood>; MINFILTER = Anisotropic; MagFilter = 1; MipFilter = none;
-                            AddressU = Border; addressv = MirrorOnce; AddressW = 3; MaxAnisotropy = 16;
-                            BorderColor = float4(0, 0, 0, 1); };
+                            AddressU = Border; addressv = MirrorOnce; AddressW = 3; MaxAnisotropy = 16; };
 sampler B : register(s3), C { MinFilter = Linear; };
 )");
     ASSERT_EQ(scan.samplers.size(), 3u);
     const QbHlslSamplerState& all = scan.samplers[0].state;
     EXPECT_EQ(all.texture, "Wood");
-    EXPECT_EQ(all.minFilter, QB_HLSL_FILTER_ANISOTROPIC);
-    EXPECT_EQ(all.magFilter, QB_HLSL_FILTER_POINT);
-    EXPECT_EQ(all.mipFilter, QB_HLSL_FILTER_NONE);
-    EXPECT_EQ(all.addressU, QB_HLSL_ADDRESS_BORDER);
-    EXPECT_EQ(all.addressV, QB_HLSL_ADDRESS_MIRROR_ONCE);
-    EXPECT_EQ(all.addressW, QB_HLSL_ADDRESS_CLAMP);
-    EXPECT_EQ(all.maxAnisotropy, 16);
+    EXPECT_EQ(
+        (std::vector<int>{all.minFilter, all.magFilter, all.mipFilter, all.addressU, all.addressV,
+                          all.addressW, all.maxAnisotropy}),
+        (std::vector<int>{QB_HLSL_FILTER_ANISOTROPIC, QB_HLSL_FILTER_POINT, QB_HLSL_FILTER_NONE,
+                          QB_HLSL_ADDRESS_BORDER, QB_HLSL_ADDRESS_MIRROR_ONCE, QB_HLSL_ADDRESS_CLAMP, 16}));
     EXPECT_EQ(scan.samplers[0].layer, -1);
     EXPECT_EQ(scan.samplers[1].layer, 3);
     EXPECT_EQ(scan.samplers[1].state.minFilter, QB_HLSL_FILTER_UNSET);
-    EXPECT_EQ(scan.samplers[2].layer, -1);
     EXPECT_EQ(scan.samplers[2].state.minFilter, QB_HLSL_FILTER_LINEAR);
-    EXPECT_EQ(scan.samplers[2].state.addressU, QB_HLSL_ADDRESS_UNSET);
 }

@@ -1,47 +1,30 @@
 #pragma once
 
-#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <fstream>
 #include <numbers>
 #include <span>
 #include <string>
-#include <utility>
 #include <vector>
 
 // Tones written to a file, and found again in what a sink recorded.
 
-struct Tone {
-    double frequency; // Hz
-    double seconds;
-    double amplitude = 0.5; // of full scale
-};
-
-// One channel of 16 bits; the tones follow one another.
-inline void writeWave(const std::string& path, const std::vector<Tone>& tones) {
+// One channel of 16 bits, of half the full scale.
+inline void writeWave(const std::string& path, double frequency, double seconds) {
     constexpr uint32_t rate = 22050;
-    std::string samples;
-    const auto put = [](std::string& bytes, uint32_t value, int size) {
-        for (int i = 0; i < size; ++i)
-            bytes += static_cast<char>(value >> (8 * i) & 0xFF);
+    std::vector<int16_t> samples(static_cast<size_t>(seconds * rate));
+    for (size_t i = 0; i < samples.size(); ++i)
+        samples[i] = static_cast<int16_t>(
+            16383.5 * std::sin(2 * std::numbers::pi * frequency * static_cast<double>(i) / rate));
+    const auto bytes = [](auto& values) {
+        return std::string(reinterpret_cast<const char*>(values.data()), values.size() * sizeof(values[0]));
     };
-    for (const Tone& tone : tones) {
-        for (int i = 0; i < static_cast<int>(tone.seconds * rate); ++i) {
-            const double wave = std::sin(2 * std::numbers::pi * tone.frequency * i / rate);
-            put(samples, static_cast<uint32_t>(std::lround(32767 * tone.amplitude * wave)), 2);
-        }
-    }
-    const auto size = static_cast<uint32_t>(samples.size());
-    std::string head = "RIFF";
-    put(head, 36 + size, 4);
-    head += "WAVEfmt ";
-    for (const auto& [value, bytes] :
-         {std::pair<uint32_t, int>{16, 4}, {1, 2}, {1, 2}, {rate, 4}, {rate * 2, 4}, {2, 2}, {16, 2}})
-        put(head, value, bytes);
-    head += "data";
-    put(head, size, 4);
-    std::ofstream(path, std::ios::binary) << head << samples;
+    const auto size = static_cast<uint32_t>(samples.size() * 2);
+    const std::vector<uint32_t> riff = {36 + size}, data = {size};
+    const std::vector<uint32_t> format = {16, 1 | 1 << 16, rate, rate * 2, 2 | 16 << 16};
+    std::ofstream(path, std::ios::binary)
+        << "RIFF" + bytes(riff) + "WAVEfmt " + bytes(format) + "data" + bytes(data) + bytes(samples);
 }
 
 inline constexpr int RECORD_RATE = 8000;
@@ -56,21 +39,18 @@ inline std::string recordingSink(const std::string& path, bool live) {
 inline std::vector<int16_t> readRecording(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     std::vector<int16_t> samples;
-    char pair[2];
-    while (file.read(pair, 2))
-        samples.push_back(
-            static_cast<int16_t>(static_cast<uint8_t>(pair[0]) | static_cast<uint8_t>(pair[1]) << 8));
+    for (int16_t sample = 0; file.read(reinterpret_cast<char*>(&sample), 2);)
+        samples.push_back(sample);
     return samples;
 }
 
-// Amplitude of one frequency in the samples, of full scale (Goertzel).
+// Amplitude of one frequency in the samples, of full scale.
 inline double amplitudeOf(double frequency, std::span<const int16_t> samples) {
-    if (samples.empty()) return 0;
-    const double turn = 2 * std::cos(2 * std::numbers::pi * frequency / RECORD_RATE);
-    double last = 0;
-    double before = 0;
-    for (const int16_t sample : samples)
-        before = std::exchange(last, sample / 32768.0 + turn * last - before);
-    const double power = last * last + before * before - turn * last * before;
-    return 2 * std::sqrt(std::max(0.0, power)) / static_cast<double>(samples.size());
+    double across = 0, along = 0, angle = 0;
+    for (const int16_t sample : samples) {
+        across += sample / 32768.0 * std::sin(angle);
+        along += sample / 32768.0 * std::cos(angle);
+        angle += 2 * std::numbers::pi * frequency / RECORD_RATE;
+    }
+    return samples.empty() ? 0 : 2 * std::hypot(across, along) / static_cast<double>(samples.size());
 }
