@@ -103,7 +103,8 @@ float3 safeNormalize(float3 v) {
 
 VertexOut VertexShaderFunction(VertexIn input) {
     VertexOut result;
-    // As in the final pass, which draws the same triangles again; the target puts them a little behind it.
+    // Exactly as in the final pass, which draws the same triangles again. The renderer puts these a little
+    // behind: an offset here would have them clipped to other depths, some of them in front.
     result.position = mul(input.position, WorldViewProjection);
     result.uv = input.uv;
     result.depth = mul(input.position, WorldView).z;

@@ -1,7 +1,9 @@
-// Plays the whole show in stepped time, a quarter of a second a frame, and looks at its pictures.
+// Plays the whole show in stepped time, a quarter of a second a frame, and looks at its pictures. They are
+// small, since the renderer draws each of them in many passes.
 
 #include "demo/player.h"
 #include "engine/engine.h"
+#include "render/renderer.h"
 #include "support/messages.h"
 
 #include <array>
@@ -46,7 +48,10 @@ void atFrameEnd() {
 
 Showing play() {
     run = Showing();
-    const QbSetup setup;
+    QbSetup setup;
+    setup.width = 320;
+    setup.height = 240;
+    qbEngineSetRenderer(qbRendererOps());
     EXPECT_EQ(qbEngineOpen(&setup), 0);
     qbEngineSetTimeSource([] { return run.now; });
     qbEngineSetFrameHook(atFrameEnd);
@@ -56,6 +61,7 @@ Showing play() {
     qbEngineSetFrameHook(nullptr);
     qbEngineSetTimeSource(nullptr);
     qbEngineClose();
+    qbEngineSetRenderer(nullptr);
     return std::move(run);
 }
 

@@ -1,0 +1,618 @@
+// The targets of each pass against the formulas on the CPU. A pass is judged by what the pass before it left
+// in its targets, so that roundings do not add up and the tolerance can be narrow.
+
+#include "render/reference/glow.h"
+#include "render/reference/lighting.h"
+#include "render/reference/raycast.h"
+#include "render/reference/surface.h"
+#include "render/stage.h"
+
+#include "engine/render_target.h"
+#include "materials/shader_file.h"
+#include "materials/shader_gpu.h"
+
+#include <sstream>
+
+using namespace irr;
+using core::vector3df;
+using video::SColorf;
+
+// Half a step for the target's own rounding, and up to one and a half for what a GPU may round before: each
+// source to 8 bits ahead of its blending, a filter's weights, a vertex to 1/256 pixel.
+static const double TOLERANCE = 2.0 / 255 + 1e-6;
+// Of a depth: 11 bits of mantissa, and as much again for a vertex that moves by 1/256 pixel.
+static const double DEPTH_TOLERANCE = 1.0 / 1024;
+static const double FAR = 1000;
+
+// --- maps -----------------------------------------------------------------------------------------------
+
+// A linear filter leaves a ramp what it is. Only its ends, half a texel wide, are left out.
+enum { MAP_SIZE = 16 };
+static const double MAP_END = 0.5 / MAP_SIZE;
+
+static const struct Map {
+    const char* name;
+    QbRef3 first, byX, byY; // first texel; the rise to the last column, and to the last row
+} textures[] = {
+    {"across", {0, 1, 0}, {1, -1, 0}, {0, 0, 1}}, {"down", {0, 0, 1}, {0, 1, 0}, {1, 0, -1}},
+    {"back", {1, 0, 0}, {-1, 0, 1}, {0, 1, 0}},   {"bumps", {0, 1, 0.8}, {1, 0, 0}, {0, -1, 0}},
+    {"sky", {0, 0, 0.4}, {1, 0, 0}, {0, 1, 0}},
+};
+
+static QbRef3 colorOf(const Map& map, double x, double y) {
+    return map.first + map.byX * (x / (MAP_SIZE - 1)) + map.byY * (y / (MAP_SIZE - 1));
+}
+
+static QbRef3 sample(const char* name, QbRef2 uv) {
+    const auto texel = [](double at) { return (at - std::floor(at)) * MAP_SIZE - 0.5; };
+    for (const Map& map : textures)
+        if (std::string(map.name) == name) return colorOf(map, texel(uv.x), texel(uv.y));
+    ADD_FAILURE() << "no map " << name;
+    return {};
+}
+
+static bool isAtEnd(QbRef2 uv) {
+    return std::abs(uv.x - std::round(uv.x)) < MAP_END || std::abs(uv.y - std::round(uv.y)) < MAP_END;
+}
+
+static uint32_t texelOf(const Map& map, int x, int y) {
+    const QbRef3 color = colorOf(map, x, y);
+    const auto byte = [](double v) { return static_cast<uint32_t>(std::lround(v * 255)); };
+    return 0xFF000000 | byte(color.x) << 16 | byte(color.y) << 8 | byte(color.z);
+}
+
+// --- surfaces -------------------------------------------------------------------------------------------
+
+static bool hasMaps(const QbSurfaceValues& values) {
+    return std::any_of(values.params, values.params + QB_SURFACE_GLOSSINESS + 1,
+                       [](const QbSurfaceParamValue& param) { return param.textureImage; });
+}
+
+namespace {
+
+// What one pass reads of a surface, in the order of its layers; beyond the fourth there is only black.
+struct Inputs {
+    const QbSurfaceValues& values;
+    QbRef2 uv;
+    int layersUsed = 0;
+
+    bool takesLayer() { return layersUsed++ < 4; }
+    double value(QbSurfaceSlot slot) const { return values.params[slot].color[0]; }
+    std::optional<QbRef3> map(QbSurfaceSlot slot) {
+        const char* name = values.params[slot].textureImage;
+        if (!name) return {};
+        return takesLayer() ? sample(name, uv) : QbRef3{};
+    }
+    double mapOrValue(QbSurfaceSlot slot) { return map(slot).value_or(QbRef3{value(slot), 0, 0}).x; }
+};
+
+} // namespace
+
+static QbRef4 normalTexel(Inputs in, const QbRefPoint& point) {
+    const std::optional<QbRef3> bump = in.map(QB_SURFACE_BUMP);
+    const QbRef3 normal = qbRefShadingNormal(point.axes, bump, in.value(QB_SURFACE_BUMP));
+    const double specularity = in.mapOrValue(QB_SURFACE_SPECULARITY);
+    return qbRefNormalTexel(normal, specularity, in.mapOrValue(QB_SURFACE_GLOSSINESS));
+}
+
+// Nothing at the image's seam.
+static std::optional<QbRefReflection> reflectionAt(Inputs& in, const QbRefPoint& point) {
+    const bool hasImage = in.takesLayer();
+    QbRefReflection reflection;
+    reflection.reflectivity = in.value(QB_SURFACE_REFLECTIVITY);
+    if (const std::optional<QbRef3> texel = in.map(QB_SURFACE_REFLECTIVITY))
+        reflection.reflectivityTexel = texel->x;
+    const std::optional<QbRef3> bump = in.map(QB_SURFACE_BUMP);
+    QbRef3 normal = point.worldAxes.normal;
+    if (bump) normal = qbRefReflectionNormal(point.worldAxes, *bump, in.value(QB_SURFACE_BUMP));
+    const QbRef3 ray = qbRefReflectedRay(point.toCamera, normal);
+    const double seam = in.value(QB_SURFACE_REFLECTION_SEAM_ANGLE);
+    const QbRef2 uv = bump ? qbRefReflectionUvWithNormalMap(ray, seam) : qbRefReflectionUv(ray, seam);
+    if (isAtEnd(uv)) return {};
+    if (hasImage) reflection.imageTexel = sample("sky", uv);
+    return reflection;
+}
+
+static std::optional<QbRef4> finalTexel(Inputs in, const QbRefPoint& point, QbRef3 ambient, QbRef4 light) {
+    const float* color = in.values.params[QB_SURFACE_BASE_COLOR].color;
+    QbRefSurface surface;
+    surface.color = in.map(QB_SURFACE_BASE_COLOR).value_or(QbRef3{color[0], color[1], color[2]});
+    surface.luminosity = in.mapOrValue(QB_SURFACE_LUMINOSITY);
+    surface.diffuse = in.mapOrValue(QB_SURFACE_DIFFUSE);
+    surface.glow = in.value(QB_SURFACE_GLOW_VALUE);
+    std::optional<QbRefReflection> reflection;
+    if (in.values.params[QB_SURFACE_REFLECTION_OPTIONS].integer > 1) {
+        reflection = reflectionAt(in, point);
+        if (!reflection) return {};
+    }
+    return qbRefFinalOutput(surface, reflection, ambient, in.takesLayer() ? light : QbRef4{});
+}
+
+// --- comparing ------------------------------------------------------------------------------------------
+
+static QbRef3 toRef(vector3df v) {
+    return {v.X, v.Y, v.Z};
+}
+
+static QbRefPicture toRef(const StagePicture& picture) {
+    QbRefPicture result(picture.width, picture.height);
+    for (size_t i = 0; i < result.texels.size(); ++i) {
+        const float* texel = &picture.rgba[i * 4];
+        result.texels[i] = {texel[0], texel[1], texel[2], texel[3]};
+    }
+    return result;
+}
+
+static std::ostream& operator<<(std::ostream& out, QbRef4 v) {
+    return out << '(' << v.r * 255 << ' ' << v.g * 255 << ' ' << v.b * 255 << ' ' << v.a * 255 << ")/255";
+}
+
+static double distanceOf(QbRef4 wanted, QbRef4 found) {
+    const auto channel = [](double w, double f) { return std::abs(qbRefSaturate(w) - f); };
+    return std::max({channel(wanted.r, found.r), channel(wanted.g, found.g), channel(wanted.b, found.b),
+                     channel(wanted.a, found.a)});
+}
+
+// `expected(x, y)` is a texel, or nothing where it can not tell. Most of the picture must be judged.
+template <typename Expected>
+static void expectPicture(const char* name, const QbRefPicture& actual, double tolerance,
+                          const Expected& expected) {
+    int judged = 0, wrong = 0;
+    double worst = 0;
+    std::ostringstream first;
+    for (int y = 0; y < actual.height; ++y)
+        for (int x = 0; x < actual.width; ++x) {
+            const std::optional<QbRef4> wanted = expected(x, y);
+            if (!wanted) continue;
+            const double distance = distanceOf(*wanted, actual.at(x, y));
+            ++judged;
+            worst = std::max(worst, distance);
+            if (distance > tolerance && wrong++ == 0)
+                first << " at " << x << ", " << y << ": " << actual.at(x, y) << ", not " << *wanted;
+        }
+    EXPECT_EQ(wrong, 0) << name << ", the worst by " << worst * 255 << "/255, the first" << first.str();
+    const int all = actual.width * actual.height;
+    EXPECT_GT(judged, all / 2) << name << ": " << all - judged << " of " << all << " pixels were left out";
+}
+
+static void expectSame(const char* name, const QbRefPicture& actual, double tolerance,
+                       const QbRefPicture& wanted) {
+    ASSERT_EQ(std::make_pair(actual.width, actual.height), std::make_pair(wanted.width, wanted.height));
+    expectPicture(name, actual, tolerance,
+                  [&wanted](int x, int y) -> std::optional<QbRef4> { return wanted.at(x, y); });
+}
+
+// --- stage ----------------------------------------------------------------------------------------------
+
+namespace {
+
+using Lights = std::vector<QbRefLight>;
+
+class PassesTest : public RenderStage, public testing::WithParamInterface<core::dimension2di> {
+public:
+    void SetUp() override;
+    // The lights stand in world space.
+    void begin(vector3df eye, vector3df target, uint32_t ambientColor, const Lights& lights);
+    scene::ISceneNode* put(const StageMesh& mesh, const StageSurface& surface);
+    void grid(vector3df corner, float cell, int columns, int rows, StageSurface (*surfaceOf)(int index));
+
+protected:
+    void cast();
+    QbRefPicture texels(video::ITexture* target) const { return toRef(read(target)); }
+    QbRef4 lightAt(int x, int y, QbRef4 normal, double depth) const;
+    template <typename Shade>
+    void expectSurfaces(const char* name, const QbRefPicture& actual, double tolerance, QbRef4 background,
+                        const Shade& shade);
+    void expectGeometry();
+    void expectDepth();
+    void expectLight();
+    void expectFinal();
+    void expectWhole();
+
+    const int width_ = GetParam().Width, height_ = GetParam().Height;
+    QbRefView view_;
+    std::array<QbRef3, 4> corners_ = qbRefFarCorners(1, 1.0 * width_ / height_, FAR);
+    QbRef3 ambient_;
+    Lights lights_; // view space
+    std::vector<QbSurfaceValues> surfaces_;
+    QbRefHits hits_;
+};
+
+} // namespace
+
+void PassesTest::SetUp() {
+    open(width_, height_);
+    if (HasFatalFailure()) return;
+    qbEngineGet()->driver->setTextureCreationFlag(video::ETCF_CREATE_MIP_MAPS, false);
+    for (const Map& map : textures)
+        addTexture(map.name, MAP_SIZE, MAP_SIZE, [&map](int x, int y) { return texelOf(map, x, y); });
+    qbEngineSetBackground(0x203040);
+}
+
+static vector3df toIrrlicht(QbRef3 v) {
+    return vector3df(static_cast<f32>(v.x), static_cast<f32>(v.y), static_cast<f32>(v.z));
+}
+
+void PassesTest::begin(vector3df eye, vector3df target, uint32_t ambientColor, const Lights& lights) {
+    clear();
+    surfaces_.clear();
+    lights_ = lights;
+    lookAt(eye, target, 1.0F);
+    view_ = qbRefLookAt(toRef(eye), toRef(target), {0, 1, 0});
+    for (QbRefLight& light : lights_) {
+        const vector3df color = toIrrlicht(light.color);
+        const vector3df limits = toIrrlicht({light.radius, light.innerCone, light.outerCone});
+        static const video::E_LIGHT_TYPE kinds[] = {video::ELT_DIRECTIONAL, video::ELT_POINT,
+                                                    video::ELT_SPOT};
+        addSpot(toIrrlicht(light.position), toIrrlicht(light.direction), limits.X, limits.Y, limits.Z,
+                SColorf(color.X, color.Y, color.Z))
+            ->setLightType(kinds[static_cast<size_t>(light.kind)]);
+        light.position = qbRefPointToView(view_, light.position);
+        light.direction = qbRefNormalize(qbRefDirectionToView(view_, light.direction));
+    }
+    ambient(ambientColor);
+    const SColorf color{video::SColor(ambientColor)};
+    ambient_ = {color.r, color.g, color.b};
+}
+
+scene::ISceneNode* PassesTest::put(const StageMesh& mesh, const StageSurface& surface) {
+    surfaces_.push_back(surface.values());
+    return node(add(mesh, surface));
+}
+
+// Squares that face the camera, row by row from the top, slightly apart.
+void PassesTest::grid(vector3df corner, float cell, int columns, int rows, StageSurface (*surfaceOf)(int)) {
+    for (int i = 0; i < columns * rows; ++i) {
+        const vector3df place(static_cast<float>(i % columns), static_cast<float>(rows - 1 - i / columns), 0);
+        const float side = cell * 0.97F;
+        put(stageQuad(corner + place * cell, {side, 0, 0.5F}, {0, side, 0.5F}), surfaceOf(i));
+    }
+}
+
+static QbRef3 directionIn(const core::matrix4& world, vector3df v) {
+    world.rotateVect(v);
+    return qbRefNormalize(toRef(v));
+}
+
+static QbRefPoint pointOf(const video::S3DVertex* vertex, bool hasTangents, const core::matrix4& world,
+                          const QbRefView& view) {
+    QbRefPoint point;
+    vector3df place = vertex->Pos;
+    world.transformVect(place);
+    point.position = qbRefPointToView(view, toRef(place));
+    point.toCamera = qbRefNormalize(view.eye - toRef(vertex->Pos));
+    point.uv = {vertex->TCoords.X, vertex->TCoords.Y};
+    point.worldAxes.normal = directionIn(world, vertex->Normal);
+    point.axes.normal = qbRefDirectionToView(view, point.worldAxes.normal);
+    if (!hasTangents) return point;
+    const auto* tangents = static_cast<const video::S3DVertexTangents*>(vertex);
+    point.worldAxes.tangent = directionIn(world, tangents->Tangent);
+    point.worldAxes.binormal = directionIn(world, tangents->Binormal);
+    point.axes = qbRefAxes(point.axes.normal, qbRefDirectionToView(view, point.worldAxes.tangent), 1);
+    return point;
+}
+
+// Finds out what the drawn scene shows, from the nodes' own triangles.
+void PassesTest::cast() {
+    std::vector<QbRefTriangle> triangles;
+    for (int id = 1; id <= static_cast<int>(surfaces_.size()); ++id) {
+        auto* shape = static_cast<scene::IMeshSceneNode*>(node(id));
+        const scene::IMeshBuffer* buffer = shape->getMesh()->getMeshBuffer(0);
+        const video::E_VERTEX_TYPE type = buffer->getVertexType();
+        const auto* bytes = static_cast<const char*>(buffer->getVertices());
+        for (u32 i = 0; i < buffer->getIndexCount(); ++i) {
+            if (i % 3 == 0) triangles.push_back({id, {}});
+            const char* vertex = bytes + video::getVertexPitchFromType(type) * buffer->getIndices()[i];
+            triangles.back().corners[i % 3] =
+                pointOf(reinterpret_cast<const video::S3DVertex*>(vertex), type == video::EVT_TANGENTS,
+                        shape->getAbsoluteTransformation(), view_);
+        }
+    }
+    hits_ = qbRefCast(triangles, corners_, 1, width_, height_);
+}
+
+// --- passes ---------------------------------------------------------------------------------------------
+
+template <typename Shade>
+void PassesTest::expectSurfaces(const char* name, const QbRefPicture& actual, double tolerance,
+                                QbRef4 background, const Shade& shade) {
+    expectPicture(name, actual, tolerance, [&](int x, int y) -> std::optional<QbRef4> {
+        const QbRefHit& hit = hits_.at(x, y);
+        if (!hit.isInner) return {};
+        if (hit.object == 0) return background;
+        const QbSurfaceValues& values = surfaces_[static_cast<size_t>(hit.object - 1)];
+        if (hasMaps(values) && isAtEnd(hit.point.uv)) return {};
+        return shade(Inputs{values, hit.point.uv}, hit.point, x, y);
+    });
+}
+
+void PassesTest::expectGeometry() {
+    const auto shade = [](const Inputs& in, const QbRefPoint& point, int, int) {
+        return normalTexel(in, point);
+    };
+    expectSurfaces("normals", texels(state()->normalRTT), TOLERANCE, QB_REF_CLEAR_NORMAL, shade);
+    expectDepth();
+}
+
+void PassesTest::expectDepth() {
+    const QbRefPicture depth = texels(state()->depthRTT);
+    std::optional<QbRefFocus> focus;
+    if (qbEngineGet()->depthOfFieldEnabled) focus.emplace();
+    for (int y = 0; y < height_; ++y)
+        for (int x = 0; x < width_; ++x) {
+            const QbRefHit& hit = hits_.at(x, y);
+            if (!hit.isInner) continue;
+            QbRef4 wanted = QB_REF_CLEAR_DEPTH;
+            if (hit.object) wanted = qbRefDepthTexel(hit.point.position.z, FAR, focus);
+            ASSERT_NEAR(depth.at(x, y).r, wanted.r, wanted.r * DEPTH_TOLERANCE) << x << ", " << y;
+            // The blur runs over its range in half the depth that it covers.
+            ASSERT_NEAR(depth.at(x, y).g, wanted.g, 2 * DEPTH_TOLERANCE) << x << ", " << y;
+        }
+}
+
+// The light buffer's texel after all lights.
+QbRef4 PassesTest::lightAt(int x, int y, QbRef4 normal, double depth) const {
+    QbRef4 sum;
+    if (!qbRefIsLit(depth)) return sum;
+    const QbRef3 ray = qbRefRay(corners_, (x + 0.5) / width_, (y + 0.5) / height_);
+    for (const QbRefLight& light : lights_)
+        sum = qbRefAddColor(sum, qbRefLightOutput(light, qbRefPosition(depth, FAR, ray), normal));
+    return sum;
+}
+
+void PassesTest::expectLight() {
+    const QbRefPicture normals = texels(state()->normalRTT), depths = texels(state()->depthRTT);
+    expectPicture("light", texels(state()->lightRTT), TOLERANCE, [&](int x, int y) -> std::optional<QbRef4> {
+        return lightAt(x, y, normals.at(x, y), depths.at(x, y).r);
+    });
+}
+
+static QbRef4 opaque(QbRef4 color) {
+    return {color.r, color.g, color.b, 1};
+}
+
+static const QbRef4 BACKGROUND{0x20 / 255.0, 0x30 / 255.0, 0x40 / 255.0, 0};
+
+void PassesTest::expectFinal() {
+    const QbRefPicture lights = texels(state()->lightRTT);
+    QbRefPicture scene = texels(state()->sceneRTT);
+    expectSurfaces("scene", scene, TOLERANCE, BACKGROUND,
+                   [&](const Inputs& in, const QbRefPoint& point, int x, int y) {
+                       return finalTexel(in, point, ambient_, lights.at(x, y));
+                   });
+    std::transform(scene.texels.begin(), scene.texels.end(), scene.texels.begin(), opaque);
+    expectSame("window", toRef(window()), 0.5 / 255, scene);
+}
+
+// From the surfaces to the window. A normal that is rounded the other way turns by up to half a degree: 2/255
+// of a light, times the surface and the gleam.
+void PassesTest::expectWhole() {
+    expectSurfaces("whole", toRef(window()), 5.0 / 255, opaque(BACKGROUND),
+                   [&](const Inputs& in, const QbRefPoint& point, int x, int y) {
+                       const QbRef4 normal = qbRefStore8(normalTexel(in, point));
+                       const QbRef4 light = lightAt(x, y, normal, point.position.z / FAR);
+                       return opaque(*finalTexel(in, point, ambient_, light));
+                   });
+}
+
+// --- scenes ---------------------------------------------------------------------------------------------
+
+static QbRefLight distant(QbRef3 direction, QbRef3 color) {
+    return {QbRefLightKind::Distant, color, direction, {}, 0, 0, 0};
+}
+
+static QbRefLight point(QbRef3 position, double range, QbRef3 color) {
+    return {QbRefLightKind::Point, color, {0, 0, 1}, position, range, 0, 0};
+}
+
+static QbRefLight spot(QbRef3 position, QbRef3 direction, double range, double inner, double outer,
+                       QbRef3 color) {
+    return {QbRefLightKind::Spot, color, direction, position, range, inner, outer};
+}
+
+static StageSurface shiny(float specularity, float glossiness) {
+    return StageSurface()
+        .color(0.9F, 0.6F, 0.3F)
+        .value(QB_SURFACE_SPECULARITY, specularity)
+        .value(QB_SURFACE_GLOSSINESS, glossiness)
+        .value(QB_SURFACE_GLOW_VALUE, specularity * 0.6F);
+}
+
+static void balls(PassesTest& stage) {
+    stage.begin({3, 8, -6}, {0, 0, 30}, 0x000000,
+                {point({-8, 10, 12}, 40, {1, 0.5, 0.25}), distant({0.5, -0.2, 1}, {0.3, 0.3, 0.4}),
+                 spot({10, 12, 10}, {-0.3, -0.4, 1}, 60, 10, 25, {0.2, 0.9, 0.5})});
+    stage.put(stageSphere({-6, 0, 26}, 6, 32, 16), shiny(0.9F, 0.2F));
+    stage.put(stageSphere({7, 1, 28}, 6, 32, 16), shiny(0.5F, 0)); // the same gleam at every angle
+    stage.put(stageQuad({-40, -20, 45}, {80, 0, 0}, {0, 40, 4}), shiny(0.1F, 0.3F));
+}
+
+static void cubes(PassesTest& stage) {
+    stage.begin({0, 12, -2}, {1, 2, 20}, 0x202020, {point({4, 14, 6}, 35, {1.5, 1.2, 0.9})});
+    scene::ISceneNode* box = stage.put(stageBox({0, 0, 0}, {8, 5, 6}), shiny(0.6F, 1));
+    box->setPosition(vector3df(2, 3, 18));
+    box->setRotation(vector3df(10, 35, -20));
+    box->setScale(vector3df(1, 2, 1));
+    scene::ISceneNode* egg = stage.put(stageSphere({0, 0, 0}, 3, 24, 12), shiny(1, 1));
+    egg->setPosition(vector3df(-9, 2, 16));
+    egg->setScale(vector3df(1, 1.5F, 1));
+    const StageSurface floor = shiny(0.2F, 0.5F).value(QB_SURFACE_LUMINOSITY, 0.2F);
+    stage.put(stageQuad({-30, -4, 0}, {60, 0, 0}, {0, 0, 60}),
+              StageSurface(floor).value(QB_SURFACE_DIFFUSE, 0.7F));
+}
+
+static void hills(PassesTest& stage) {
+    stage.begin({0, 9, 0}, {0, 0, 30}, 0x0C1018,
+                {point({-10, 0, 35}, 25, {1, 0, 0}), point({0, 1, 40}, 30, {0, 1, 0}),
+                 point({10, 0, 35}, 25, {0, 0, 1}), distant({0, -1, 0.4}, {0.2, 0.2, 0.1}),
+                 spot({0, 20, 30}, {0.1, -1, 0.1}, 50, 15, 40, {0.5, 0.5, 0.5})});
+    stage.put(stageHills({0, -6, 40}, 60, 3, 16), shiny(0.4F, 0.2F));
+}
+
+// Lights that end within the picture: by their range, by their cone, by a cone all but without a soft edge.
+static void pools(PassesTest& stage) {
+    stage.begin({0, 0, 0}, {0, 0, 10}, 0,
+                {point({-9, 4, 27}, 7, {1, 1, 1}),
+                 spot({8, 5, 18}, {0.1, -0.2, 1}, 60, 12, 25, {1, 0.8, 0.6}),
+                 spot({-6, -6, 20}, {-0.1, 0.1, 1}, 12, 30, 45, {0.6, 1, 0.8}),
+                 spot({6, -7, 22}, {0.2, 0.1, 1}, 80, 25, 25.5, {0.8, 0.6, 1})});
+    stage.put(stageQuad({-25, -16, 30}, {50, 0, 0}, {0, 32, 0}), shiny(1, 0.3F));
+}
+
+// From near to far of the depth of field's focus, and beyond every side of the picture.
+static void slope(PassesTest& stage) {
+    stage.begin({0, 200, 0}, {0, 0, 300}, 0x404040, {point({0, 150, 400}, 500, {1, 1, 1})});
+    stage.put(stageQuad({-900, 0, 60}, {1800, 0, 0}, {0, 0, 900}), shiny(0.5F, 0.1F));
+}
+
+// Each map present and absent, in the geometry pass and in the final pass.
+static void maps(PassesTest& stage) {
+    stage.begin({0, 0, 0}, {0, 0, 10}, 0x303030,
+                {distant({0.2, -0.3, 1}, {0.7, 0.8, 0.9}), point({0, 0, 15}, 60, {0.3, 0.3, 0.3})});
+    stage.grid({-16, -8, 20}, 8, 4, 2, [](int index) {
+        StageSurface surface = shiny(0.7F, 0.3F);
+        surface.value(QB_SURFACE_LUMINOSITY, 0.3F).value(QB_SURFACE_DIFFUSE, 0.5F).value(QB_SURFACE_BUMP, 2);
+        if (index & 1) surface.image(QB_SURFACE_BASE_COLOR, "across").image(QB_SURFACE_BUMP, "bumps");
+        if (index & 2) surface.image(QB_SURFACE_LUMINOSITY, "down").image(QB_SURFACE_SPECULARITY, "across");
+        if (index & 4) surface.image(QB_SURFACE_DIFFUSE, "back").image(QB_SURFACE_GLOSSINESS, "down");
+        return surface;
+    });
+}
+
+static StageSurface reflecting(int bits) {
+    StageSurface surface = shiny(0.7F, 0.3F);
+    surface.value(QB_SURFACE_DIFFUSE, 0.3F).value(QB_SURFACE_LUMINOSITY, 0.1F).value(QB_SURFACE_BUMP, 1);
+    surface.value(QB_SURFACE_REFLECTIVITY, 0.8F).value(QB_SURFACE_REFLECTION_SEAM_ANGLE, 0.3F);
+    surface.integer(QB_SURFACE_REFLECTION_OPTIONS, 2).image(QB_SURFACE_REFLECTION_IMAGE, "sky");
+    if (bits & QB_FINAL_TEX_COLOR) surface.image(QB_SURFACE_BASE_COLOR, "across");
+    if (bits & QB_FINAL_TEX_LUMINOSITY) surface.image(QB_SURFACE_LUMINOSITY, "down");
+    if (bits & QB_FINAL_TEX_DIFFUSE) surface.image(QB_SURFACE_DIFFUSE, "back");
+    if (bits & QB_FINAL_TEX_REFLECTIVITY) surface.image(QB_SURFACE_REFLECTIVITY, "down");
+    if (bits & QB_FINAL_TEX_NORMAL) surface.image(QB_SURFACE_BUMP, "bumps");
+    return surface;
+}
+
+static void reflections(PassesTest& stage) {
+    stage.begin({0, 0, 0}, {0, 0, 10}, 0x202020, {distant({0.2, -0.3, 1}, {0.3, 0.5, 0.4})});
+    stage.grid({-18, -9, 22}, 4.5F, 8, 4, reflecting);
+}
+
+// A reflection takes the vertex as it stands in the mesh: moved and turned meshes tell.
+static void mirrors(PassesTest& stage) {
+    stage.begin({2, 3, -4}, {0, 0, 20}, 0x202020, {point({-5, 9, 8}, 40, {0.7, 0.7, 0.7})});
+    scene::ISceneNode* smooth = stage.put(stageSphere({0, 0, 0}, 6, 32, 16), reflecting(0));
+    smooth->setPosition(vector3df(-7, 0, 18));
+    smooth->setRotation(vector3df(20, 50, 0));
+    scene::ISceneNode* bumped = stage.put(stageSphere({0, 0, 0}, 6, 32, 16), reflecting(QB_FINAL_TEX_NORMAL));
+    bumped->setPosition(vector3df(7, 0, 18));
+    bumped->setRotation(vector3df(0, 100, 30));
+    // Has an image and does not reflect it.
+    const StageSurface wall = reflecting(0).integer(QB_SURFACE_REFLECTION_OPTIONS, 1);
+    stage.put(stageQuad({-20, -15, 32}, {40, 0, 0}, {0, 30, 0}), wall);
+}
+
+// --- tests ----------------------------------------------------------------------------------------------
+
+TEST_P(PassesTest, TargetsHoldWhatTheFormulasSay) {
+    static const struct {
+        const char* name;
+        void (*build)(PassesTest& stage);
+        bool isWhole; // soft enough to be judged from end to end
+    } scenes[] = {
+        {"balls", balls, true},      {"cubes", cubes, false},
+        {"hills", hills, true},      {"pools", pools, false},
+        {"slope", slope, true},      {"maps", maps, false},
+        {"mirrors", mirrors, false}, {"reflections", reflections, false},
+    };
+    for (const auto& scene : scenes) {
+        SCOPED_TRACE(scene.name);
+        scene.build(*this);
+        draw();
+        cast();
+        expectGeometry();
+        expectLight();
+        expectFinal();
+        if (scene.isWhole) expectWhole();
+        qbEngineSetDepthOfField(1, 100, 2);
+        draw();
+        expectGeometry();
+        qbEngineSetDepthOfField(0, 100, 2);
+    }
+    EXPECT_TRUE(messages.empty()) << messages.front();
+}
+
+class OddPassesTest : public PassesTest {};
+
+// Both blurs multiply what they read by 9/4, and with it the roundings of the two copies before the first.
+TEST_P(OddPassesTest, GlowFollowsItsFormulas) {
+    balls(*this);
+    draw();
+    const QbRefPicture frame = texels(state()->sceneRTT);
+    static const struct { float intensity, radius; } settings[] = {{0.5F, 60}, {1.5F, 0}, {-0.5F, 20}};
+    for (const auto& setting : settings) {
+        SCOPED_TRACE(setting.radius);
+        const double distance = setting.radius / 1000.0;
+        qbEngineSetGlow(1, setting.intensity, setting.radius);
+        draw();
+        const QbRefPicture across = texels(state()->halfScreen[0]), down = texels(state()->halfScreen[1]);
+        const QbRefPicture bright = qbRefBrightPass(qbRefHalf(frame));
+        expectSame("across", across, 5.0 / 255, qbRefBlurPass(bright, QbRefBlur::Horizontal, distance));
+        expectSame("down", down, 3.0 / 255, qbRefBlurPass(across, QbRefBlur::Vertical, distance));
+        expectSame("composed", texels(state()->sceneRTT), TOLERANCE,
+                   qbRefCompose(frame, down, setting.intensity));
+    }
+}
+
+// The same light over the whole picture, whatever its range.
+static void drawUnlimited(const QbLppState* state, vector3df position, float range, float brightness) {
+    video::IVideoDriver* driver = qbEngineGet()->driver;
+    driver->setTransform(video::ETS_VIEW, qbEngineGet()->camera->getViewMatrix());
+    driver->getTransform(video::ETS_VIEW).transformVect(position);
+    QbIrrShader* shader = state->lightPass[QB_LIGHT_POINT];
+    qbShaderSetFloat3(shader, "LightPosition", position.X, position.Y, position.Z);
+    qbShaderSetFloat(shader, "InvLightRadiusSqr", 1.0F / range * (1.0F / range));
+    qbShaderSetFloat3(shader, "LightColor", brightness, brightness, brightness);
+    qbTargetSet(state->lightRTT, false);
+    for (const QbIrrShader* each : {state->lightClear, shader}) {
+        qbShaderApply(each, &state->screenQuad->getMaterial());
+        state->screenQuad->render(driver);
+    }
+}
+
+// A light is drawn only where its range can reach, and not a pixel is missing.
+TEST_P(OddPassesTest, LimitOfALightChangesNoPixel) {
+    static const struct {
+        const char* name;
+        vector3df position;
+        float range;
+        bool isSeen;
+    } lights[] = {
+        {"ahead", {2, -4, 40}, 6, true},
+        {"at the side", {-26, 0, 35}, 12, true},
+        {"outside", {90, 0, 30}, 20, false},
+        {"behind", {0, 5, -20}, 15, false},
+        {"around the camera", {0, 8, -2}, 30, true},
+        {"across the near plane", {20, -4, 4}, 17, true},
+        {"tiny", {0, -6, 30}, 0.9F, true},
+        {"huge", {50, 300, -500}, 900, true},
+    };
+    const float brightness = 1000; // shows what lies inside by a hair
+    for (const auto& light : lights) {
+        SCOPED_TRACE(light.name);
+        begin({0, 9, 0}, {0, 0, 30}, 0,
+              {point(toRef(light.position), light.range, {brightness, brightness, brightness})});
+        // A wall through the widest of the range, so far behind the light that it is not edge on.
+        const float z = std::max(light.position.Z + 0.15F * light.range, 12.0F);
+        put(stageQuad({-200, -200, z}, {400, 0, 0}, {0, 400, 0}), shiny(0.4F, 0.2F));
+        draw();
+        const StagePicture limited = read(state()->lightRTT);
+        drawUnlimited(state(), light.position, light.range, brightness);
+        const StagePicture whole = read(state()->lightRTT);
+        EXPECT_EQ(limited.rgba, whole.rgba);
+        EXPECT_EQ(*std::max_element(whole.rgba.begin(), whole.rgba.end()) > 0, light.isSeen);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, PassesTest,
+                         testing::Values(core::dimension2di(96, 64), core::dimension2di(97, 61)));
+INSTANTIATE_TEST_SUITE_P(OddSize, OddPassesTest, testing::Values(core::dimension2di(97, 61)));
