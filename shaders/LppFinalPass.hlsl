@@ -140,7 +140,7 @@ struct VertexOut {
 };
 
 #ifdef USE_TEX_NORMAL
-// A mesh without tangents gives zeros here: they must stay zeros and let the bare normal through.
+// A vertex may have no tangent: zeros must stay zeros and let the bare normal through.
 float3 safeNormalize(float3 v) {
     return v * rsqrt(max(dot(v, v), 0.00000001));
 }

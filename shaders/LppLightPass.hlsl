@@ -74,6 +74,11 @@ float3 decodeNormal(float2 e) {
     return float3(g * m.xy, g - 1.0);
 }
 
+// A light may stand in the very point that it lights.
+float3 safeNormalize(float3 v) {
+    return v * rsqrt(max(dot(v, v), 0.00000001));
+}
+
 float4 LightPS(float2 uv : TEXCOORD0, float3 ray : TEXCOORD1) : COLOR0 {
     float depth = tex2D(DepthBuffer, uv).r;
     clip(0.9999 - depth); // background
@@ -87,7 +92,7 @@ float4 LightPS(float2 uv : TEXCOORD0, float3 ray : TEXCOORD1) : COLOR0 {
 #else
     float3 l = p - LightPosition;
     float attenuation = 1.0 - saturate(dot(l, l) * InvLightRadiusSqr);
-    l = normalize(l);
+    l = safeNormalize(l);
 #endif
 #ifdef LIGHT_SPOT
     float rho = dot(l, LightDirection);
@@ -98,10 +103,10 @@ float4 LightPS(float2 uv : TEXCOORD0, float3 ray : TEXCOORD1) : COLOR0 {
     float3 n = decodeNormal(surface.rg);
     float nl = saturate(dot(n, l)) * attenuation;
 
-    float3 h = normalize(l + normalize(p));
+    float3 h = safeNormalize(l + normalize(p));
     float gloss = surface.a * 10.0;
-    // Kept above 0: glossiness 0 is a power of 0, and 0 to the power of 0 is not 1 on every driver.
-    float nh = max(saturate(dot(n, h)), 0.000001);
-    float specular = nl * surface.b * pow(nh, gloss * gloss * gloss);
+    // A power of 0 gives 1 for a base of 0 as well, which not every driver says by itself.
+    float highlight = gloss > 0.0 ? pow(saturate(dot(n, h)), gloss * gloss * gloss) : 1.0;
+    float specular = nl * surface.b * highlight;
     return float4(LightColor * nl, specular);
 }

@@ -114,12 +114,16 @@ ITextureCUBE* addTextureCubeMap(const char* name, video::IImage* positiveX, vide
     if (!fault.empty()) return refuse(name, fault);
     GLint largest = 0;
     glGetIntegerv(GL_MAX_CUBE_MAP_TEXTURE_SIZE, &largest);
-    if (faces[0]->getDimension().Width > static_cast<u32>(largest))
+    const u32 edge = edgeOf(faces[0]->getDimension().Width);
+    if (edge > static_cast<u32>(largest))
         return refuse(name, "the driver takes at most " + std::to_string(largest) + " pixels a side");
 
     if (epoxy_gl_version() >= 32 || epoxy_has_gl_extension("GL_ARB_seamless_cube_map"))
         glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
-    CubeMap* made = new CubeMap(name, faces, edgeOf(faces[0]->getDimension().Width));
+    while (glGetError() != GL_NO_ERROR) {
+        // Errors of earlier calls would be taken for this one's.
+    }
+    CubeMap* made = new CubeMap(name, faces, edge);
     if (glGetError() == GL_OUT_OF_MEMORY) {
         made->drop();
         return refuse(name, "the driver has no memory left");

@@ -78,7 +78,8 @@ void qbEngineSetRenderer(const QbRendererOps* renderer);
 // Opens window, driver, camera and id lists, in place of what is open. Width and height go from 1 to 16384.
 // 0, or -1 after a message, with everything closed again.
 int qbEngineOpen(const QbSetup* setup);
-// Closes renderer and device; harmless when closed. Always 0.
+// Closes renderer and device; harmless when closed. Objects and emitters that still stand in the lists are
+// their makers' to free before. Always 0.
 int qbEngineClose();
 QbEngine* qbEngineGet(); // never null; all zero while closed
 // Pumps the window's messages: call it once a frame. 1 when the window is gone or was asked to close, when

@@ -45,7 +45,8 @@ public:
     std::vector<GLint> integers; // room to convert any of the integer constants
     std::vector<QbHlslSampler> samplers;
     std::array<const ITextureCUBE*, QB_GPU_LAYERS_MAX> cubeMaps{};
-    int cubeMapsEnd = 0;                                  // behind the last one that is set
+    std::vector<int> cubeLayers;                          // those that a cube sampler reads
+    unsigned flatLayers = 0;                              // bits of those that any other sampler reads
     video::IMaterialRendererServices* services = nullptr; // of this draw
 };
 
@@ -81,6 +82,30 @@ static void takeSamplers(const QbHlslStage& translated, QbGpuProgram* program) {
     program->samplers.insert(program->samplers.end(), translated.samplers.begin(), translated.samplers.end());
 }
 
+// Texture units belong to both programs.
+static bool layersAgree(const QbGpuSource& source, const QbGpuProgram& program, std::string* errors) {
+    for (const QbHlslSampler& a : program.samplers)
+        for (const QbHlslSampler& b : program.samplers) {
+            if (a.layer != b.layer || a.dimension == b.dimension) continue;
+            *errors += std::string(source.file) + ": the samplers '" + a.name + "' and '" + b.name +
+                       "' are of different kinds and share layer " + std::to_string(a.layer) +
+                       ": give one of them another register\n";
+            return false;
+        }
+    return true;
+}
+
+static void takeLayers(QbGpuProgram* program) {
+    for (const QbHlslSampler& sampler : program->samplers)
+        for (int i = sampler.layer; i < sampler.layer + std::max(sampler.count, 1); ++i) {
+            if (i >= QB_GPU_LAYERS_MAX) break;
+            if (sampler.dimension == QB_HLSL_CUBE)
+                program->cubeLayers.push_back(i);
+            else
+                program->flatLayers |= 1U << i;
+        }
+}
+
 static int createHlsl(const QbGpuSource& source, video::IGPUProgrammingServices* services,
                       video::IShaderConstantSetCallBack* callback, QbGpuProgram* program,
                       std::string* errors) {
@@ -97,6 +122,8 @@ static int createHlsl(const QbGpuSource& source, video::IGPUProgrammingServices*
     takeConstants(translated.pixel, QB_GPU_PIXEL, program);
     takeSamplers(translated.vertex, program);
     takeSamplers(translated.pixel, program);
+    takeLayers(program);
+    if (!program->isDirect3D && !layersAgree(source, *program, errors)) return -1;
 
     const bool own = program->isDirect3D;
     const int type = services->addHighLevelShaderMaterial(
@@ -312,12 +339,24 @@ static void sendOnce(QbGpuProgram* program) {
         sendLayers(id, sampler);
 }
 
-static void bindCubeMaps(const QbGpuProgram* program) {
-    if (program->cubeMapsEnd == 0) return;
-    for (int layer = 0; layer < program->cubeMapsEnd; ++layer)
-        if (const ITextureCUBE* texture = program->cubeMaps[static_cast<size_t>(layer)]) texture->bind(layer);
-    // Where the engine believes to be.
-    glActiveTexture(GL_TEXTURE0);
+static void bindCubeMaps(const QbGpuProgram& program) {
+    for (const int layer : program.cubeLayers) {
+        glActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(layer));
+        if (const ITextureCUBE* texture = program.cubeMaps[static_cast<size_t>(layer)])
+            texture->bind(layer);
+        else
+            glBindTexture(GL_TEXTURE_CUBE_MAP, 0);
+    }
+}
+
+// The engine switches an empty layer off, which a program does not heed: it would see what the draw before
+// left there.
+static void unbindEmptyLayers(unsigned layers) {
+    for (GLenum layer = 0; layers != 0; ++layer, layers >>= 1) {
+        if (!(layers & 1)) continue;
+        glActiveTexture(GL_TEXTURE0 + layer);
+        glBindTexture(GL_TEXTURE_2D, 0);
+    }
 }
 
 // Direct3D's registers belong to all programs: what they hold is another program's.
@@ -326,7 +365,8 @@ static void sendAll(QbGpuProgram* program) {
         upload(program, constant);
 }
 
-void qbGpuProgramUse(QbGpuProgram* program, video::IMaterialRendererServices* services) {
+void qbGpuProgramUse(QbGpuProgram* program, video::IMaterialRendererServices* services,
+                     unsigned emptyLayers) {
     program->services = services;
     const bool isFirst = !program->isReady;
     program->isReady = true;
@@ -334,13 +374,17 @@ void qbGpuProgramUse(QbGpuProgram* program, video::IMaterialRendererServices* se
     if (isFirst) sendOnce(program);
     // This base tests for an alpha above 0, where adding colour may go with any alpha.
     if (program->baseMaterial == video::EMT_ONETEXTURE_BLEND) glDisable(GL_ALPHA_TEST);
-    bindCubeMaps(program);
+    const unsigned empty = program->flatLayers & emptyLayers;
+    if (empty == 0 && program->cubeLayers.empty()) return;
+    bindCubeMaps(*program);
+    unbindEmptyLayers(empty);
+    // Where the engine believes to be.
+    glActiveTexture(GL_TEXTURE0);
 }
 
 void qbGpuProgramSetCubeMap(QbGpuProgram* program, int layer, const ITextureCUBE* texture) {
     if (layer < 0 || layer >= QB_GPU_LAYERS_MAX) return;
     program->cubeMaps[static_cast<size_t>(layer)] = texture;
-    program->cubeMapsEnd = texture ? std::max(program->cubeMapsEnd, layer + 1) : program->cubeMapsEnd;
 }
 
 // --- Sampling --------------------------------------------------------------------------------------------

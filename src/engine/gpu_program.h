@@ -44,15 +44,18 @@ int qbGpuProgramCreate(const QbGpuSource& source, irr::video::IShaderConstantSet
 
 // To be called in OnSetConstants, with its `services`, before anything is sent. Sends what is sent once
 // (layers of the samplers, initialisers of the constants) at its first call, and binds the cube maps.
-void qbGpuProgramUse(QbGpuProgram* program, irr::video::IMaterialRendererServices* services);
+// `emptyLayers` has a bit for each layer of the material without texture: samplers of such a layer read 0, 0,
+// 0, 1, and so do cube samplers without a cube map.
+void qbGpuProgramUse(QbGpuProgram* program, irr::video::IMaterialRendererServices* services,
+                     unsigned emptyLayers);
 
-// A constant of an HLSL program by the author's name (letter case counts); to be
-// kept by the caller. -1: the compiled program does not use it. Assembly knows no names: always -1.
+// A constant of an HLSL program by the author's name (letter case counts); to be kept by the caller. -1: the
+// compiled program does not use it. Assembly knows no names: always -1.
 int qbGpuConstantFind(const QbGpuProgram* program, QbGpuStage stage, const char* name);
-// Sends `count` floats to the constant; nothing for -1 or before the first qbGpuProgramUse. A matrix takes 16
-// floats as Irrlicht stores them, whatever part of it the program declares; the elements of an array of
-// vectors follow one another without gaps. What the constant has no room for is left out, what is missing is
-// 0. A value that the program already holds costs no call of the driver. All constants begin as their
+// Sends `count` floats to the constant, in OnSetConstants behind qbGpuProgramUse; nothing for -1. A matrix
+// takes 16 floats as Irrlicht stores them, whatever part of it the program declares; the elements of an array
+// of vectors follow one another without gaps. What the constant has no room for is left out, what is missing
+// is 0. A value that the program already holds costs no call of the driver. All constants begin as their
 // initialiser, or as 0.
 void qbGpuConstantSend(QbGpuProgram* program, int constant, const float* values, int count);
 

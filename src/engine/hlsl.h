@@ -13,7 +13,7 @@
 //   TEXCOORD1 and TEXCOORD2. Missing components read 0, 0, 0, 1.
 // - COLOR0 and COLOR1 between the programs are clamped to 0..1.
 // - VPOS counts whole pixels, VFACE is 1 in front and -1 behind; both follow the driver's glClipControl and
-// glFrontFace.
+//   glFrontFace.
 //
 // Assembler pairs (`.vsh`, `.psh`) do not pass here.
 

@@ -17,6 +17,7 @@ static bool isOpenGl() {
 }
 
 const char* qbTargetMissing() {
+    if (!driver()->queryFeature(video::EVDF_FRAMEBUFFER_OBJECT)) return "framebuffer objects";
     if (!driver()->queryFeature(video::EVDF_MULTIPLE_RENDER_TARGETS)) return "multiple render targets";
     if (!isOpenGl()) return nullptr;
     if (!epoxy_has_gl_extension("GL_ARB_clip_control") && epoxy_gl_version() < 45)
@@ -33,7 +34,8 @@ static void useTextureConvention(bool inTexture) {
     glDepthRange(0.0, inTexture ? 1.0 - DEPTH_STEPS : 1.0);
 }
 
-// A clear obeys the masks of the material drawn last. The change of the target lets the engine set them anew.
+// A clear obeys the mask of the material drawn last. What is drawn next sets its own: the engine compares it
+// with that of the last material, and sets everything anew after a change of the target.
 static void unmask() {
     if (isOpenGl()) glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
 }

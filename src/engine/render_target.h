@@ -16,7 +16,7 @@ void qbTargetSetMany(const irr::core::array<irr::video::IRenderTarget>& targets,
 // Back to the window.
 void qbTargetSetWindow();
 
-// Limits drawing to pixels [left, right) x [top, bottom) of the bound texture.
+// Limits drawing (on OpenGL) to pixels [left, right) x [top, bottom) of the bound texture.
 void qbTargetScissor(const irr::core::recti& pixels);
 void qbTargetScissorOff();
 

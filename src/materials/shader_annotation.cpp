@@ -272,33 +272,35 @@ static bool findAutomatic(std::string_view value, uint32_t& id) {
     return true;
 }
 
-static void readVector(QbShaderVariable& variable, std::string_view value, const char* type, size_t needed,
-                       size_t wanted) {
+static void readVector(const Parser& parser, QbShaderVariable& variable, std::string_view value,
+                       const char* type, size_t needed, size_t wanted) {
     const Tokens pieces = qbShaderSplitValues(value);
     if (pieces.count < needed) {
         qbMessage("ERROR: Shader Parse error for variable '%s' of type %s\n", variable.name, type);
+        qbTrace("%s:%d: '%.*s' holds %zu numbers of %zu; write them with commas and no blank\n", parser.name,
+                parser.line, printable(value), value.data(), pieces.count, needed);
         return;
     }
     for (size_t i = 0; i < std::min(pieces.count, wanted); ++i)
         variable.value[i] = decimalFloat(pieces[i]);
 }
 
-static void readPlainValue(QbShaderVariable& variable, const Tokens& tokens) {
+static void readPlainValue(const Parser& parser, QbShaderVariable& variable, const Tokens& tokens) {
     switch (variable.kind) {
     case QB_SHADER_FLOAT:
         variable.value[0] = decimalFloat(tokens[2]);
         return;
     case QB_SHADER_FLOAT2:
-        readVector(variable, tokens[2], "float2", 2, 2);
+        readVector(parser, variable, tokens[2], "float2", 2, 2);
         return;
     case QB_SHADER_FLOAT3:
-        readVector(variable, tokens[2], "float3", 3, 3);
+        readVector(parser, variable, tokens[2], "float3", 3, 3);
         return;
     case QB_SHADER_FLOAT4:
-        readVector(variable, tokens[2], "float4", 4, 4);
+        readVector(parser, variable, tokens[2], "float4", 4, 4);
         return;
     case QB_SHADER_FLOATN:
-        readVector(variable, tokens[2], "floatN", 1, std::size(variable.value));
+        readVector(parser, variable, tokens[2], "floatN", 1, std::size(variable.value));
         return;
     default:
         qbTrace("ERROR: Shader Parse: Unsupported value '%.*s' for variable '%s' of type '%.*s'\n",
@@ -353,7 +355,7 @@ static int qbShaderParseVariable(Parser& parser, const Tokens& tokens) {
     if (findAutomatic(tokens[2], variable.automaticId))
         variable.automatic = 1;
     else
-        readPlainValue(variable, tokens);
+        readPlainValue(parser, variable, tokens);
     return shader.highLevel ? chooseProgram(variable, tokens) : chooseRegister(parser, variable, tokens);
 }
 

@@ -15,6 +15,7 @@ using namespace irr;
 // What Irrlicht leaves of the material between its two calls.
 static uint32_t lastMark;
 static uint32_t lastNumber;
+static unsigned lastEmptyLayers; // bits of the layers without texture
 
 namespace {
 
@@ -268,6 +269,7 @@ void MyShaderCallBack::sendAssembly(video::IMaterialRendererServices* services) 
             continue;
         const int first = static_cast<int>(variable.firstRegister);
         const int count = std::min(value.registers, QB_SHADER_REGISTERS - first);
+        if (count <= 0) continue;
         // The last register of a caller's floats may be only partly theirs.
         const bool isWhole = value.floats == value.own.data() || value.length >= count * 4;
         const int whole = isWhole ? count : count - 1;
@@ -281,12 +283,15 @@ void MyShaderCallBack::sendAssembly(video::IMaterialRendererServices* services) 
 void MyShaderCallBack::OnSetMaterial(const video::SMaterial& material) {
     memcpy(&lastMark, &material.MaterialTypeParam, sizeof lastMark);
     memcpy(&lastNumber, &material.MaterialTypeParam2, sizeof lastNumber);
+    lastEmptyLayers = 0;
+    for (u32 i = 0; i < video::MATERIAL_MAX_TEXTURES; ++i)
+        if (!material.getTexture(i)) lastEmptyLayers |= 1U << i;
 }
 
 void MyShaderCallBack::OnSetConstants(video::IMaterialRendererServices* services, s32) {
     if (!program_) return;
     if (!targetsFound_) findTargets();
-    qbGpuProgramUse(program_.get(), services);
+    qbGpuProgramUse(program_.get(), services, lastEmptyLayers);
     if (shader_->highLevel)
         sendHighLevel(services);
     else

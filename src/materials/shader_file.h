@@ -15,9 +15,9 @@ enum {
     QB_SHADER_PATH_SIZE = 256,
     QB_SHADER_NAME_SIZE = 80,
     QB_SHADER_TEXTURE_NAME_SIZE = 128,
-    QB_SHADER_LINE_LENGTH_MAX = 255,      // of a line of the annotation block
-    QB_SHADER_REGISTERS = 256,            // constant registers of an assembler program
-    QB_SHADER_SIZE_MAX = 16 * 1024 * 1024 // of a file, bytes
+    QB_SHADER_LINE_LENGTH_MAX = 255,     // of a line of the annotation block
+    QB_SHADER_REGISTERS = 256,           // constant registers of an assembler program
+    QB_SHADER_SIZE_MAX = 2 * 1024 * 1024 // of a file, bytes
 };
 
 enum QbShaderKind {

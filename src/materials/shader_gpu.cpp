@@ -29,7 +29,10 @@ static std::string shortened(std::string_view errors) {
     int hidden = 0;
     while (!errors.empty()) {
         const size_t end = std::min(errors.find('\n'), errors.size() - 1) + 1;
-        if (lines < ERROR_LINES_MAX && text.size() + end <= ERROR_TEXT_MAX) {
+        if (lines == 0 && end > ERROR_TEXT_MAX) {
+            text = std::string(errors.substr(0, ERROR_TEXT_MAX)) + "...\n";
+            ++lines;
+        } else if (lines < ERROR_LINES_MAX && text.size() + end <= ERROR_TEXT_MAX) {
             text += errors.substr(0, end);
             ++lines;
         } else {
@@ -67,7 +70,10 @@ static QbGpuSource sourceOf(const QbIrrShader& shader) {
 }
 
 int qbIrrShaderSetupGpuMaterial(QbIrrShader* shader) {
-    if (!shader->vertexText || !shader->pixelText) return -1;
+    if (!shader->vertexText || !shader->pixelText) {
+        qbMessage("%s: the shader has no text any more to compile", shader->vertexFile);
+        return -1;
+    }
     MyShaderCallBack* callback = new MyShaderCallBack(shader);
     QbGpuProgramPtr program;
     std::string errors;

@@ -85,7 +85,8 @@ ITextureCUBE* qbSurfaceLoadCubeMap(const char* fileName) {
         }
     }
     // Under its full path: the same name in two directories is two cube maps.
-    ITextureCUBE* cube = addTextureCubeMap(qbFullPath(fileName), faces[0].get(), faces[1].get(),
+    const char* path = qbFullPath(fileName);
+    ITextureCUBE* cube = addTextureCubeMap(*path ? path : fileName, faces[0].get(), faces[1].get(),
                                            faces[2].get(), faces[3].get(), faces[4].get(), faces[5].get());
     if (!cube) qbMessage("Fail to create cube map for '%s'\n", fileName);
     return cube;
@@ -242,7 +243,7 @@ int qbSurfaceSetupMaterial(QbSurfaceCtx* ctx, SMaterial& material, const QbSurfa
 
 static void updateShader(QbIrrShader* shader, const QbShaderValues& values, int32_t timeMs) {
     qbShaderSetTime(shader, static_cast<float>(timeMs / 1000.0));
-    for (int32_t i = 0; i < values.paramCount; i++)
+    for (int32_t i = 0; i < std::min<int32_t>(values.paramCount, QB_SHADER_VALUE_PARAMS_MAX); i++)
         qbShaderSetFloat(shader, values.paramNames[i], values.paramValues[i]);
 }
 

@@ -1,7 +1,5 @@
 #include "engine/engine.h"
 #include "engine/render_target.h"
-#include "materials/shader_file.h"
-#include "materials/shader_gpu.h"
 #include "materials/surface.h"
 #include "materials/surface_mark.h"
 #include "render/passes.h"
@@ -11,6 +9,7 @@
 #include "scene/runtime/objects.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 using namespace irr;
@@ -47,16 +46,18 @@ private:
     QbEngine* engine_ = nullptr;
     QbLppState* state_ = nullptr;
     bool inSolidPass_ = false;
-    bool isSaved_ = false; // `saved_` holds the materials of the node that is being drawn
+    bool hasObject_ = false; // the node that is being drawn has an object record
     int surfacesDrawn_ = 0;
     QbSavedMaterials saved_;
-    core::array<scene::ISceneNode*> lights_;
+    core::array<scene::ISceneNode*> lights_; // in the order of the scene graph
+    std::vector<std::pair<float, u32>> byDistance_;
     std::vector<scene::ISceneNode*> solidNodes_; // with an object record
 };
 
 } // namespace
 
-// Whatever is drawn under it leaves neither colour nor depth, in the named passes of Irrlicht.
+// Whatever is drawn under it leaves neither colour nor depth, in the named passes of Irrlicht. Depth test and
+// lighting of the frame's own draws stand in their materials and need no override.
 static void silence(video::SOverrideMaterial* override, u16 passes) {
     override->Material.ColorMask = video::ECP_NONE;
     override->Material.ZWriteEnable = false;
@@ -81,15 +82,15 @@ void Passes::begin(QbEngine* engine, QbLppState* state) {
 // The first eight of the list are the lights of the fixed pipeline, which draws the transparent surfaces:
 // they shall be the nearest ones.
 void Passes::OnPreRender(core::array<scene::ISceneNode*>& lightList) {
-    lights_ = lightList;
     const core::vector3df eye = engine_->smgr->getActiveCamera()->getAbsolutePosition();
-    const auto distance = [&eye](const scene::ISceneNode* node) {
-        return node->getAbsolutePosition().getDistanceFromSQ(eye);
-    };
-    scene::ISceneNode** first = lightList.pointer();
-    std::stable_sort(
-        first, first + lightList.size(),
-        [&](const scene::ISceneNode* a, const scene::ISceneNode* b) { return distance(a) < distance(b); });
+    byDistance_.clear();
+    for (u32 i = 0; i < lightList.size(); ++i) {
+        lights_.push_back(lightList[i]);
+        byDistance_.emplace_back(lightList[i]->getAbsolutePosition().getDistanceFromSQ(eye), i);
+    }
+    std::sort(byDistance_.begin(), byDistance_.end());
+    for (u32 i = 0; i < lightList.size(); ++i)
+        lightList[i] = lights_[byDistance_[i].second];
 }
 
 // --- passes ---------------------------------------------------------------------------------------------
@@ -105,8 +106,7 @@ void Passes::OnRenderPassPreRender(scene::E_SCENE_NODE_RENDER_PASS pass) {
 void Passes::beginGeometry() {
     beginPass(QB_PASS_GEOMETRY);
     qbTargetSetMany(*state_->gbufferTargets, video::SColor(0, 0, 0, 0));
-    qbShaderApply(state_->depthClear, &state_->screenQuad->getMaterial());
-    state_->screenQuad->render(engine_->driver);
+    qbLppDrawQuad(engine_, state_->screenQuad, state_->depthClear);
     // The final pass draws the same triangles again, and shall never lose against them by a rounding.
     qbTargetDepthBehind(true);
 }
@@ -123,6 +123,7 @@ void Passes::OnRenderPassPostRender(scene::E_SCENE_NODE_RENDER_PASS pass) {
         qbLppLightPass(engine_, state_, lights_);
     }
     beginPass(QB_PASS_FINAL);
+    // Alpha 0: what no surface covers does not glow.
     qbTargetSet(state_->sceneRTT, true, video::SColor(qbEngineBackground() & 0xFFFFFF));
     for (scene::ISceneNode* node : solidNodes_)
         drawFinal(node);
@@ -132,9 +133,9 @@ void Passes::OnRenderPassPostRender(scene::E_SCENE_NODE_RENDER_PASS pass) {
 
 void Passes::OnNodePreRender(scene::ISceneNode* node) {
     if (!inSolidPass_) return;
-    isSaved_ = node->getID() != -1;
-    if (isSaved_) solidNodes_.push_back(node);
-    const int drawn = isSaved_ ? selectDepth(node) : 0;
+    hasObject_ = node->getID() != -1;
+    if (hasObject_) solidNodes_.push_back(node);
+    const int drawn = hasObject_ ? selectDepth(node) : 0;
     if (drawn == 0) engine_->driver->getOverrideMaterial().Enabled = true;
     surfacesDrawn_ += drawn;
 }
@@ -142,7 +143,7 @@ void Passes::OnNodePreRender(scene::ISceneNode* node) {
 void Passes::OnNodePostRender(scene::ISceneNode* node) {
     if (!inSolidPass_) return;
     engine_->driver->getOverrideMaterial().Enabled = false;
-    if (isSaved_) qbLppRestoreMaterials(node, saved_);
+    if (hasObject_) qbLppRestoreMaterials(node, saved_);
 }
 
 int Passes::selectDepth(scene::ISceneNode* node) {
@@ -180,17 +181,22 @@ void Passes::drawFinal(scene::ISceneNode* node) {
 static void present(QbEngine* engine, QbLppState* state) {
     beginPass(QB_PASS_PRESENT);
     qbTargetSetWindow();
-    qbLppDrawQuad(state, state->sceneRTT, state->screenCopy);
+    // The window keeps its own alpha, 1: the picture's is its glow, which a desktop would take for glass.
+    video::SMaterial& material = state->screenQuadPP->getMaterial();
+    material.setTexture(0, state->sceneRTT);
+    material.ColorMask = video::ECP_RGB;
+    qbLppDrawQuad(engine, state->screenQuadPP, state->screenCopy);
+    material.ColorMask = video::ECP_ALL;
     engine->gui->drawAll();
     qbEngineDrawOverlay();
     beginPass(QB_PASS_END);
 }
 
 void qbRendererDrawFrame(QbEngine* engine, QbLppState* state) {
+    // Counted references: the scene manager takes and gives back one each frame, and this one stays.
     static Passes* const passes = new Passes();
     beginPass(QB_PASS_PREPARE);
-    // Alpha 0: what no surface covers does not glow.
-    engine->driver->beginScene(true, true, video::SColor(qbEngineBackground() & 0xFFFFFF));
+    engine->driver->beginScene(true, true, video::SColor(qbEngineBackground() | 0xFF000000));
     passes->begin(engine, state);
     engine->smgr->setLightManager(passes);
     engine->smgr->drawAll();

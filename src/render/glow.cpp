@@ -1,22 +1,19 @@
 #include "engine/engine.h"
 #include "engine/render_target.h"
 #include "materials/shader_file.h"
-#include "materials/shader_gpu.h"
 #include "render/passes.h"
 #include "render/pipeline.h"
 
 using namespace irr;
 
-void qbLppDrawQuad(QbLppState* state, video::ITexture* source, const QbIrrShader* shader) {
-    video::SMaterial& material = state->screenQuadPP->getMaterial();
-    material.setTexture(0, source);
-    qbShaderApply(shader, &material);
-    state->screenQuadPP->render(qbEngineGet()->driver);
+static void draw(QbEngine* engine, QbLppState* state, video::ITexture* source, const QbIrrShader* shader) {
+    state->screenQuadPP->getMaterial().setTexture(0, source);
+    qbLppDrawQuad(engine, state->screenQuadPP, shader);
 }
 
-static void blur(QbLppState* state, QbIrrShader* shader, video::ITexture* source, float radius) {
-    qbShaderSetFloat(shader, "sampleDist1", radius / 1000.0F);
-    qbLppDrawQuad(state, source, shader);
+static void blur(QbEngine* engine, QbLppState* state, QbIrrShader* shader, video::ITexture* source) {
+    qbShaderSetFloat(shader, "sampleDist1", engine->glowRadius / 1000.0F);
+    draw(engine, state, source, shader);
 }
 
 // Each pass covers its target entirely: none is cleared.
@@ -24,16 +21,16 @@ static void qbLppGlow(QbEngine* engine, QbLppState* state) {
     video::ITexture* a = state->halfScreen[0];
     video::ITexture* b = state->halfScreen[1];
     qbTargetSet(a, false);
-    qbLppDrawQuad(state, state->sceneRTT, state->screenCopy);
+    draw(engine, state, state->sceneRTT, state->screenCopy);
     qbTargetSet(b, false);
-    qbLppDrawQuad(state, a, state->glowAlphaMul);
+    draw(engine, state, a, state->glowAlphaMul);
     qbTargetSet(a, false);
-    blur(state, state->glowHBlur, b, engine->glowRadius);
+    blur(engine, state, state->glowHBlur, b);
     qbTargetSet(b, false);
-    blur(state, state->glowVBlur, a, engine->glowRadius);
+    blur(engine, state, state->glowVBlur, a);
     qbTargetSet(state->sceneRTT, false);
     qbShaderSetFloat(state->glowCompose, "GlowIntensity", engine->glowIntensity);
-    qbLppDrawQuad(state, b, state->glowCompose);
+    draw(engine, state, b, state->glowCompose);
 }
 
 // A place in the frame: the blur amount stands in depthRTT, and no pass reads it yet.

@@ -1,7 +1,6 @@
 #include "engine/engine.h"
 #include "engine/render_target.h"
 #include "materials/shader_file.h"
-#include "materials/shader_gpu.h"
 #include "platform/message.h"
 #include "render/light_bounds.h"
 #include "render/passes.h"
@@ -94,18 +93,15 @@ static QbIrrShader* prepareLight(QbLppState* state, const View& view, video::E_L
 
 // --- drawing --------------------------------------------------------------------------------------------
 
-static void drawWith(QbEngine* engine, QbLppState* state, const QbIrrShader* shader) {
-    qbShaderApply(shader, &state->screenQuad->getMaterial());
-    state->screenQuad->render(engine->driver);
-}
-
 // Outside its range a light adds nothing: only the pixels that the range can touch are drawn. False: none.
 static bool limitToRange(const QbLppState* state, const View& view, video::E_LIGHT_TYPE type,
                          const video::SLight& light) {
     if (type != video::ELT_POINT && type != video::ELT_SPOT) return true;
-    if (!(light.Radius > 0.0F)) return false;
-    const core::recti pixels = qbSphereBounds(positionIn(view, light.Position), light.Radius, view.projection,
-                                              state->lightRTT->getSize());
+    // The shaders square it: a negative range is as good.
+    const float range = std::abs(light.Radius);
+    if (!(range > 0.0F)) return false;
+    const core::recti pixels =
+        qbSphereBounds(positionIn(view, light.Position), range, view.projection, state->lightRTT->getSize());
     if (pixels.getWidth() <= 0 || pixels.getHeight() <= 0) return false;
     qbTargetScissor(pixels);
     return true;
@@ -113,7 +109,7 @@ static bool limitToRange(const QbLppState* state, const View& view, video::E_LIG
 
 void qbLppLightPass(QbEngine* engine, QbLppState* state, const core::array<scene::ISceneNode*>& lights) {
     const View view = viewOf(engine->driver);
-    drawWith(engine, state, state->lightClear);
+    qbLppDrawQuad(engine, state->screenQuad, state->lightClear);
     QbIrrShader* shader = state->lightPass[QB_LIGHT_DISTANT];
     for (u32 i = 0; i < lights.size(); ++i) {
         auto* node = static_cast<scene::ILightSceneNode*>(lights[i]);
@@ -121,7 +117,7 @@ void qbLppLightPass(QbEngine* engine, QbLppState* state, const core::array<scene
         const video::SLight& light = node->getLightData();
         if (!limitToRange(state, view, type, light)) continue;
         shader = prepareLight(state, view, type, light, shader);
-        drawWith(engine, state, shader);
+        qbLppDrawQuad(engine, state->screenQuad, shader);
         qbTargetScissorOff();
     }
 }

@@ -70,7 +70,7 @@ static bool createTargetsWithFlags(QbEngine* engine, QbLppState* state) {
 }
 
 static void groupTargets(QbLppState* state) {
-    state->gbufferTargets = new core::array<video::IRenderTarget>();
+    state->gbufferTargets = new core::array<video::IRenderTarget>(2);
     for (video::ITexture* texture : {state->normalRTT, state->depthRTT})
         state->gbufferTargets->push_back(
             video::IRenderTarget(texture, video::ECP_ALL, video::EBF_ONE, video::EBF_ZERO, video::EBO_NONE));

@@ -1,5 +1,9 @@
 #include "render/screen_quad.h"
 
+#include "engine/engine.h"
+#include "materials/shader_gpu.h"
+#include "render/passes.h"
+
 using namespace irr;
 
 CScreenQuad::CScreenQuad() {
@@ -24,4 +28,9 @@ void CScreenQuad::render(video::IVideoDriver* driver) {
 
 video::SMaterial& CScreenQuad::getMaterial() {
     return material_;
+}
+
+void qbLppDrawQuad(QbEngine* engine, CScreenQuad* quad, const QbIrrShader* shader) {
+    qbShaderApply(shader, &quad->getMaterial());
+    quad->render(engine->driver);
 }

@@ -19,14 +19,15 @@ static materialCtx_s contextOf(const video::SMaterial& material) {
     context.materialTypeParam2 = material.MaterialTypeParam2;
     for (u32 i = 0; i < video::MATERIAL_MAX_TEXTURES; ++i) {
         const video::SMaterialLayer& layer = material.TextureLayer[i];
-        context.layers[i] = {layer.Texture,        layer.TextureWrapU,    layer.TextureWrapV,
-                             layer.BilinearFilter, layer.TrilinearFilter, layer.AnisotropicFilter};
+        context.textures[i] = layer.Texture;
+        context.layers[i] = {layer.TextureWrapU, layer.TextureWrapV, layer.BilinearFilter,
+                             layer.TrilinearFilter, layer.AnisotropicFilter};
     }
     return context;
 }
 
 static void putBack(const materialCtx_s& context, video::SMaterial* material) {
-    material->MaterialType = context.materialType;
+    material->MaterialType = static_cast<video::E_MATERIAL_TYPE>(context.materialType);
     material->BlendOperation = context.blendOperation;
     material->UseMipMaps = context.useMipMaps;
     material->MaterialTypeParam = context.materialTypeParam;
@@ -34,9 +35,9 @@ static void putBack(const materialCtx_s& context, video::SMaterial* material) {
     for (u32 i = 0; i < video::MATERIAL_MAX_TEXTURES; ++i) {
         const materialLayerCtx_s& from = context.layers[i];
         video::SMaterialLayer& layer = material->TextureLayer[i];
-        layer.Texture = from.texture;
-        layer.TextureWrapU = from.wrapU & 15;
-        layer.TextureWrapV = from.wrapV & 15;
+        layer.Texture = context.textures[i];
+        layer.TextureWrapU = from.wrapU & 0xF; // four bits wide
+        layer.TextureWrapV = from.wrapV & 0xF;
         layer.BilinearFilter = from.bilinear;
         layer.TrilinearFilter = from.trilinear;
         layer.AnisotropicFilter = from.anisotropic;

@@ -11,7 +11,6 @@ struct QbSurfaceCtx;
 
 // How a layer samples its texture; a pass's shader has its own wishes.
 struct materialLayerCtx_s {
-    irr::video::ITexture* texture;
     irr::u8 wrapU, wrapV;
     bool bilinear, trilinear;
     irr::u8 anisotropic;
@@ -19,12 +18,13 @@ struct materialLayerCtx_s {
 
 // The fields of a material that a pass writes.
 struct materialCtx_s {
-    irr::video::E_MATERIAL_TYPE materialType;
-    irr::video::E_BLEND_OPERATION blendOperation;
-    bool useMipMaps;
-    materialLayerCtx_s layers[irr::video::MATERIAL_MAX_TEXTURES];
+    irr::u32 materialType;
+    irr::video::ITexture* textures[irr::video::MATERIAL_MAX_TEXTURES];
     float materialTypeParam;
     float materialTypeParam2;
+    materialLayerCtx_s layers[irr::video::MATERIAL_MAX_TEXTURES];
+    irr::video::E_BLEND_OPERATION blendOperation;
+    bool useMipMaps;
 };
 
 // The materials of one node. Kept by the passes from node to node, so that a frame allocates nothing.
