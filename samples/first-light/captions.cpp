@@ -57,13 +57,13 @@ QbExportMesh makeText(const char* text, double spacing, double width, double thi
 
 const Look& faceLook() {
     static const Look look = {
-        .name = "Face", .colour = cream, .diffuse = 0, .luminosity = 1.0f, .glow = 0.35f};
+        .name = "Face", .colour = cream, .diffuse = 0, .luminosity = 1.0f, .glow = 0.12f};
     return look;
 }
 
 const Look& wallLook() {
     static const Look look = {
-        .name = "Wall", .colour = coral, .diffuse = 0.2f, .luminosity = 0.6f, .glow = 0.1f};
+        .name = "Wall", .colour = coral, .diffuse = 0.1f, .luminosity = 0.62f, .glow = 0.0f};
     return look;
 }
 
@@ -107,6 +107,12 @@ void makeCaption(Folder& folder, const Caption& caption) {
         return Vec{x - 1.2 * in + 0.25 * s / captionSeconds, -6.4 - 4.5 * in * in - 4.5 * gone(s), depth};
     });
     moveScale(shot, text, [=](double) { return Vec{size, size, size}; });
+    QbExportMotion& shade = place(shot, "shade").motion;
+    qbExportSetPosition(shade, toFloats({x, -6.2, depth + 1}));
+    moveScale(shot, shade, [=](double s) {
+        const double shown = easeBetween(0.1, 1.2, s) * (1 - gone(s));
+        return Vec{(width + 6.0) * shown + 0.001, 3.4 * shown + 0.001, 1};
+    });
     QbExportMotion& rule = place(shot, "rule").motion;
     movePosition(shot, rule, [=, &caption](double s) {
         return Vec{caption.left, -6.95 - 4.0 * gone(s), depth};
@@ -226,8 +232,12 @@ void addLetterModels(Folder& folder) {
     }
     QbExportMesh rule = qbShapeBox({1, 0.045f, 0.02f});
     qbMeshTransform(rule, {0.5f, 0, 0});
-    const Look golden = {.name = "Rule", .colour = gold, .diffuse = 0, .luminosity = 1, .glow = 0.4f};
+    const Look golden = {.name = "Rule", .colour = gold, .diffuse = 0, .luminosity = 1, .glow = 0.2f};
     addModel(folder, "rule", rule, {golden});
+    QbExportMesh sheet;
+    addQuad(sheet, {-0.5, 0.5, 0}, {0.5, 0.5, 0}, {0.5, -0.5, 0}, {-0.5, -0.5, 0});
+    addModel(folder, "shade", sheet,
+             {{.name = "Shade", .colour = abyss, .diffuse = 0, .luminosity = 1, .image = "shade.png"}});
     QbExportMesh diamond = qbShapeBox({1, 1, 0.02f});
     qbMeshTransform(diamond, {0, 0, 0}, {0, 0, 45});
     addModel(folder, "mark", diamond, {{.name = "Mark", .colour = plum, .diffuse = 0, .luminosity = 1}});

@@ -1,5 +1,6 @@
 // Dawn: the swimmer, the sunrise, the title and what comes after. One set of models for all four.
 
+#include "land.h"
 #include "noise.h"
 #include "props.h"
 #include "shots.h"
@@ -11,11 +12,6 @@
 namespace {
 
 constexpr double tau = 2.0 * std::numbers::pi;
-constexpr double smooth(double from, double to, double x) {
-    const double t = std::clamp((x - from) / (to - from), 0.0, 1.0);
-    return t * t * (3 - 2 * t);
-}
-
 // --- the swimmer: a skin over a chain of bones, head at +Z ------------------------------------------
 
 constexpr int chainBones = 14;
@@ -28,11 +24,11 @@ constexpr uint32_t keyStep = 5;
 // Half height and half width of the body, from the nose (0) to the tail (1).
 double bodyWidth(double way) {
     const double head = std::sqrt(std::max(0.0, 1.0 - std::pow(1.0 - std::min(way / 0.16, 1.0), 2.0)));
-    return 0.4 + 12.5 * head * std::pow(1.0 - smooth(0.1, 1.0, way) * 0.97, 1.1);
+    return 0.4 + 12.5 * head * std::pow(1.0 - smoothBetween(0.1, 1.0, way) * 0.97, 1.1);
 }
 
 double bodyHeight(double way) {
-    return bodyWidth(way) * (0.62 + 0.25 * smooth(0.2, 0.5, way)) + 5.0 * smooth(0.9, 1.0, way);
+    return bodyWidth(way) * (0.62 + 0.25 * smoothBetween(0.2, 0.5, way)) + 5.0 * smoothBetween(0.9, 1.0, way);
 }
 
 QbExportMesh makeBody() {
@@ -133,7 +129,7 @@ void weighVertex(std::vector<QbExportBone>& bones, uint32_t vertex, const std::a
     if (wing) {
         const double out = std::abs(static_cast<double>(p[0]));
         const size_t inner = p[0] < 0 ? chainBones : chainBones + 2;
-        const double tip = smooth(24, 44, out), body = 1.0 - smooth(7, 14, out);
+        const double tip = smoothBetween(24, 44, out), body = 1.0 - smoothBetween(7, 14, out);
         const double shares[3] = {body, (1 - body) * (1 - tip), (1 - body) * tip};
         const size_t owners[3] = {3, inner, inner + 1};
         for (size_t i = 0; i < 3; ++i) {
@@ -176,16 +172,6 @@ QbExportMesh makeSwimmer() {
 }
 
 // --- land and sky -----------------------------------------------------------------------------------
-
-// A lake along Z between hills that rise with the distance from the shore.
-double landHeight(double x, double z) {
-    const double shore = std::abs(x + 70.0 * std::sin(z / 330.0)) - 26.0 * smoothNoise(x / 70, z / 70, 3);
-    const double up = smooth(120, 620, shore);
-    const double ridge = 1.0 - std::abs(2.0 * smoothNoise(x / 260, z / 260, 9) - 1.0);
-    const double height =
-        up * (110 + 250 * ridge) + 34 * smooth(100, 220, shore) * smoothNoise(x / 75, z / 75, 10);
-    return height < 3.0 ? 0.0 : height;
-}
 
 // Triangles of their own tint; those at the level of the lake are material 1.
 QbExportMesh makeLand() {
@@ -238,9 +224,38 @@ QbExportMesh makeDisc(double radius, int corners) {
     return mesh;
 }
 
+// A ring that faces -Z, v across it.
 QbExportMesh makeHalo() {
-    QbExportMesh mesh = qbShapeRing(0.975f, 1.0f, 0.01f, 64);
-    qbMeshTransform(mesh, {0, 0, 0}, {-90, 0, 0});
+    constexpr int corners = 72;
+    QbExportMesh mesh;
+    const auto at = [](int i, double radius) {
+        return Vec{radius * std::sin(tau * i / corners), radius * std::cos(tau * i / corners), 0};
+    };
+    for (int i = 0; i < corners; ++i) {
+        addQuad(mesh, at(i, 1.0), at(i + 1, 1.0), at(i + 1, 0.955), at(i, 0.955));
+    }
+    return mesh;
+}
+
+// A bank of haze across the valley. It faces -Z but takes light from the sun behind it.
+QbExportMesh makeHaze() {
+    QbExportMesh mesh;
+    addQuad(mesh, {-0.5, 1, 0}, {0.5, 1, 0}, {0.5, 0, 0}, {-0.5, 0, 0});
+    for (QbExportVertex& vertex : mesh.vertices) {
+        vertex.normal = {0, 0.34f, 0.94f};
+    }
+    return mesh;
+}
+
+double floorHeight(double x, double z) {
+    return 46.0 * smoothNoise(x / 150.0, z / 150.0, 81) - 60.0;
+}
+
+// The bottom of the deep: dunes.
+QbExportMesh makeFloor() {
+    const auto height = [](float x, float z) { return static_cast<float>(floorHeight(x, z)); };
+    QbExportMesh mesh = qbShapeHeightField(1700, 2800, 34, 56, height);
+    qbMeshScaleUv(mesh, 10, 16);
     return mesh;
 }
 
@@ -271,65 +286,107 @@ QbExportMesh makeSeed() {
     return mesh;
 }
 
-void addDawnModels(Folder& folder) {
+// Light that falls in from above, aslant.
+QbExportMesh makeShafts() {
+    QbExportMesh mesh;
+    for (int i = 0; i < 5; ++i) {
+        const float width = 0.8f + 0.6f * static_cast<float>(hash01(i, 92));
+        QbExportMesh shaft = makeBeam(8, 58, 740);
+        qbMeshTransform(shaft, toFloats({-260.0 + 130 * i, 560, 260 + 260 * hash01(i, 91) + 90 * (i % 3)}),
+                        {72 + 5 * static_cast<float>(hash01(i, 93)), 200, 0}, {width, 1, 1});
+        qbMeshAppend(mesh, shaft, 0);
+    }
+    return mesh;
+}
+
+void addDeepModels(Folder& folder) {
     const Look fin = {.name = "Fin",
                       .colour = gold,
-                      .diffuse = 0.6f,
-                      .luminosity = 0.5f,
-                      .glow = 0.45f,
-                      .image = "fin.jpg",
-                      .bothSides = true};
+                      .diffuse = 0.7f,
+                      .luminosity = 0.34f,
+                      .specularity = 0.3f,
+                      .glossiness = 0.25f,
+                      .glow = 0.16f,
+                      .image = "fin.jpg"};
     addModel(folder, "swimmer", makeSwimmer(),
              {{.name = "Skin",
                .colour = coral,
                .diffuse = 0.9f,
-               .luminosity = 0.24f,
-               .specularity = 0.25f,
-               .glossiness = 0.28f,
-               .glow = 0.15f,
+               .luminosity = 0.12f,
+               .specularity = 0.7f,
+               .glossiness = 0.3f,
+               .glow = 0.06f,
                .image = "skin.jpg",
                .reflection = "deep.jpg",
-               .reflectivity = 0.15f},
+               .reflectivity = 0.4f},
               fin,
-              {.name = "Eye", .colour = cream, .diffuse = 0.1f, .luminosity = 1, .glow = 1}},
+              {.name = "Eye", .colour = cream, .diffuse = 0.1f, .luminosity = 1, .glow = 0.8f}},
              QB_EXPORT_X_TEXT);
     addModel(folder, "deep", makeDome(2600),
              {{.name = "Deep", .colour = violet, .diffuse = 0, .luminosity = 1, .image = "deep.jpg"}});
-    addModel(folder, "sky", makeDome(3200),
-             {{.name = "Sky", .colour = coral, .diffuse = 0, .luminosity = 1, .image = "sky.jpg"}});
-    addModel(folder, "land", makeLand(),
-             {{.name = "Hills", .colour = plum, .diffuse = 0.95f, .luminosity = 0.06f, .image = "hills.jpg"},
-              {.name = "Lake",
-               .colour = {0.50f, 0.26f, 0.50f},
-               .diffuse = 0.55f,
-               .luminosity = 0.28f,
-               .specularity = 0.32f,
-               .glossiness = 0.26f,
-               .reflection = "sky.jpg",
-               .reflectivity = 0.35f}});
-    addModel(folder, "tree", makeTree(),
-             {{.name = "Needles", .colour = {0.34f, 0.16f, 0.38f}, .diffuse = 0.9f, .luminosity = 0.08f}});
-    addModel(folder, "sun", makeDisc(190, 56),
-             {{.name = "Sun", .colour = {1.0f, 0.86f, 0.52f}, .diffuse = 0, .luminosity = 1, .glow = 1}});
-    addModel(folder, "halo", makeHalo(),
-             {{.name = "Halo",
-               .colour = cream,
-               .diffuse = 0,
-               .luminosity = 0.95f,
-               .glow = 0.6f,
-               .bothSides = true}});
-    addModel(folder, "glint", qbShapeBox({1, 0.6f, 5}),
-             {{.name = "Glint", .colour = gold, .diffuse = 0, .luminosity = 1, .glow = 0.5f}});
+    addModel(folder, "floor", makeFloor(),
+             {{.name = "Floor",
+               .colour = violet,
+               .diffuse = 0.8f,
+               .specularity = 0.25f,
+               .glossiness = 0.24f,
+               .image = "sand.jpg",
+               .bump = "sand_normal.png"}});
     addModel(folder, "stem", makeStem(),
              {{.name = "Stem",
                .colour = plum,
-               .diffuse = 0.8f,
-               .luminosity = 0.10f,
-               .specularity = 0.1f,
+               .diffuse = 0.9f,
+               .luminosity = 0.05f,
+               .specularity = 0.5f,
                .glossiness = 0.25f},
-              {.name = "Lantern", .colour = amber, .diffuse = 0.2f, .luminosity = 0.95f, .glow = 0.9f}});
+              {.name = "Lantern", .colour = amber, .diffuse = 0.2f, .luminosity = 0.95f, .glow = 0.6f}});
+    addModel(folder, "shafts", makeShafts(), {{.name = "Shafts", .colour = violet, .shader = "beam.hlsl"}});
+    addModel(folder, "lantern", qbShapeIcosphere(1, 2),
+             {{.name = "Lantern Light", .colour = amber, .diffuse = 0, .shader = "aura.hlsl"}});
+}
+
+void addLakeModels(Folder& folder) {
+    addModel(folder, "sky", makeDome(3200),
+             {{.name = "Sky",
+               .colour = coral,
+               .diffuse = 0,
+               .luminosity = 1,
+               .image = "clouds.jpg",
+               .shader = "sky.hlsl"}});
+    addModel(folder, "land", makeLand(),
+             {{.name = "Hills", .colour = plum, .diffuse = 1.0f, .luminosity = 0.05f, .image = "hills.jpg"},
+              {.name = "Lake", .colour = {0.50f, 0.26f, 0.50f}, .shader = "lake.hlsl"}});
+    addModel(folder, "tree", makeTree(),
+             {{.name = "Needles",
+               .colour = {0.34f, 0.16f, 0.38f},
+               .diffuse = 1.0f,
+               .luminosity = 0.05f,
+               .specularity = 0.2f,
+               .glossiness = 0.2f}});
+    addModel(folder, "sun", makeDisc(190, 72),
+             {{.name = "Sun", .colour = {1.0f, 0.88f, 0.58f}, .diffuse = 0, .luminosity = 1, .glow = 0.55f}});
+    addModel(folder, "halo", makeHalo(),
+             {{.name = "Halo", .colour = cream, .diffuse = 0, .bothSides = true, .shader = "halo.hlsl"}});
+    addModel(folder, "rays", makeDisc(1, 24),
+             {{.name = "Rays", .colour = gold, .diffuse = 0, .shader = "rays.hlsl"}});
+    addModel(folder, "haze", makeHaze(),
+             {{.name = "Haze",
+               .colour = gold,
+               .diffuse = 0.9f,
+               .luminosity = 0.28f,
+               .image = "haze.png",
+               .bothSides = true}});
+}
+
+void addDawnModels(Folder& folder) {
+    addDeepModels(folder);
+    addLakeModels(folder);
     addModel(folder, "seed", makeSeed(),
-             {{.name = "Seed", .colour = cream, .diffuse = 0.15f, .luminosity = 0.9f, .glow = 0.6f}},
+             {{.name = "Seed",
+               .colour = {1.0f, 0.86f, 0.66f},
+               .diffuse = 0.1f,
+               .luminosity = 0.95f,
+               .glow = 0.35f}},
              QB_EXPORT_X_TEXT);
     addSparkModels(folder);
     addStoneModels(folder);
@@ -356,30 +413,69 @@ void addSwimmer(Shot& shot, const Path& path, double size) {
 
 // --- the scenes -------------------------------------------------------------------------------------
 
+// Light that falls in from above: shafts that sway, and a spot that goes with the swimmer.
+void addShafts(Shot& shot, const Path& swim) {
+    QbExportMotion& shafts = place(shot, "shafts").motion;
+    movePosition(shot, shafts, [](double s) { return Vec{18 * std::sin(s * 0.5), 0, 0}; });
+    moveRotation(shot, shafts, [](double s) { return Vec{0, 0, 2.5 * std::sin(s * 0.6)}; });
+    setParamColour(shot, "shafts", {0.72f, 0.46f, 1.0f});
+    setParam(shot, "shafts", "Strength", [](double s) { return 0.42 + 0.08 * std::sin(s * 0.9); });
+    addSpot(
+        shot, "Ray", {0.80f, 0.66f, 1.0f}, {.range = 210, .cone = 32, .edge = 18},
+        [swim](double s) {
+            return swim(s) + Vec{-34, 104, 44};
+        },
+        [swim](double s) {
+            return swim(s) + Vec{0, 0, -10};
+        },
+        [](double s) { return 0.85 + 0.15 * std::sin(s * 1.3); });
+}
+
+void addStems(Shot& shot) {
+    int lanterns = 0;
+    for (int i = 0; i < 44; ++i) {
+        const double side = i % 2 == 0 ? -1 : 1;
+        const double x = side * (130 + 420 * hash01(i, 11)), z = -520 + 36.0 * i;
+        const Vec foot = {x, floorHeight(x, z) - 6, z};
+        const double heading = hash01(i, 13) * 300 + 7, tall = 0.7 + 0.8 * hash01(i, 14);
+        placeAt(shot, "stem", foot, {heading, 0, 0}, {1, tall, 1});
+        // The nearest ones light what is around them.
+        if (std::abs(foot.x) > 270 || foot.z < -330 || foot.z > 560 || lanterns == 4) {
+            continue;
+        }
+        const double turn = heading * tau / 360;
+        const Vec tip = foot + Vec{63.7 * std::cos(turn) + 6.5 * std::sin(turn), 322 * tall,
+                                   -63.7 * std::sin(turn) + 6.5 * std::cos(turn)};
+        placeAt(shot, "lantern", tip, {0, 0, 0}, {38, 38, 38});
+        static constexpr const char* names[4] = {"Lantern 1", "Lantern 2", "Lantern 3", "Lantern 4"};
+        const Path still = [tip](double) { return tip; };
+        addLamp(shot, names[lanterns++], amber, 115, still,
+                [](double s) { return 0.6 + 0.3 * beatPulse(s, 1.0, 0.5); });
+    }
+    setParamColour(shot, "lantern", {1.0f, 0.50f, 0.20f});
+    setParam(shot, "lantern", "Strength", [](double s) { return 0.42 + 0.2 * beatPulse(s, 1.0, 0.5); });
+}
+
 void makeSwimmerShot(Folder& folder) {
     Shot shot = openShot(folder, "swimmer", 12, night);
-    addDistantLight(shot, "From above", {0.55f, 0.40f, 0.95f}, 30, 60, constant(0.55));
-    addDistantLight(shot, "From the rim", rose, 200, -10, constant(0.45));
-    setAmbient(shot, {0.03f, 0.02f, 0.06f});
-    placeAt(shot, "deep", {0, 0, 0});
+    addDistantLight(shot, "From above", {0.62f, 0.58f, 1.0f}, 30, 62, constant(0.6));
+    setAmbient(shot, constantVec({0.15, 0.075, 0.19}));
     const Path swim = [](double s) {
         const double climb = easeBetween(6.5, 13.0, s);
         return Vec{70 * std::sin(s * 0.55), 120 + 14 * std::sin(s * 0.9) + 230 * climb,
                    -330 + 62 * s + 6 * s * climb};
     };
-    addSwimmer(shot, swim, 1.0);
     placeSpark(
         shot,
         [&swim](double s) {
             return swim(s + 1.75) + Vec{9 * std::sin(s * 2.1), 10 + 6 * std::sin(s * 3.3), 0};
         },
-        1.0, 0.75, 420, constant(1));
-    for (int i = 0; i < 44; ++i) {
-        const double side = i % 2 == 0 ? -1 : 1;
-        const double x = side * (130 + 420 * hash01(i, 11)), z = -520 + 36.0 * i;
-        placeAt(shot, "stem", {x, -40 - 50 * hash01(i, 12), z}, {hash01(i, 13) * 300 + 7, 0, 0},
-                {1, 0.7 + 0.8 * hash01(i, 14), 1});
-    }
+        {.period = 1.0, .size = 0.75, .range = 170, .aura = 0.5}, constant(1));
+    placeAt(shot, "deep", {0, 0, 0});
+    placeAt(shot, "floor", {0, 0, 0});
+    addSwimmer(shot, swim, 1.0);
+    addShafts(shot, swim);
+    addStems(shot);
     placeDrift(shot, {"seed", 80, {0, 190, 120}, {260, 170, 480}, 5, 1.0});
     // Ahead of it, beside it, then below it as it climbs.
     const Path around = throughKeys({{0, {-104, -18, 212}},
@@ -393,7 +489,8 @@ void makeSwimmerShot(Folder& folder) {
         shot, eye, target, [](double s) { return 60 - 6 * easeBetween(8, 12, s); },
         [](double s) { return 5 * std::sin(s * 0.6 + 0.5); });
     setGlow(
-        shot, [](double s) { return 0.6 + 0.3 * beatPulse(s, 1.0, 0.5); }, constant(20));
+        shot, [](double s) { return 0.18 + 0.14 * beatPulse(s, 1.0, 0.5); },
+        [](double s) { return 10 + 4 * beatPulse(s, 1.0, 0.5); });
     saveShot(shot);
 }
 
@@ -401,35 +498,49 @@ Vec sunAt(double height) {
     return {0, height, 1680};
 }
 
-// Land, sky, sun and its track on the water. `sun` gives the disc's height over time.
-void addLandscape(Shot& shot, const Curve& sun, double haloPeriod) {
-    const auto risen = [&sun](double s) { return std::clamp((sun(s) + 200) / 420.0, 0.0, 1.0); };
-    addDistantLight(shot, "Sun", {1.0f, 0.70f, 0.45f}, 180.0, 14,
-                    [&](double s) { return 0.12 + 0.85 * risen(s); });
-    addDistantLight(shot, "Sky", {0.42f, 0.30f, 0.85f}, 20, 55, constant(0.42));
-    addDistantLight(shot, "Side", rose, 118, 22, [&](double s) { return 0.22 + 0.18 * risen(s); });
-    setAmbient(shot, {0.05f, 0.03f, 0.07f});
+struct SparkFlight {
+    Path path;
+    Spark spark;
+};
+
+// Land, sky, sun, its track on the water, and the spark. `sun` gives the disc's height over time.
+void addLandscape(Shot& shot, const Curve& sun, double haloPeriod, const SparkFlight& flight) {
+    const auto risen = [&sun](double s) { return std::clamp((sun(s) + 200) / 320.0, 0.0, 1.0); };
+    addDistantLight(shot, "Sun", {1.0f, 0.60f, 0.44f}, 168.0, 38,
+                    [&](double s) { return 0.16 + 0.74 * risen(s); });
+    placeSpark(shot, flight.path, flight.spark, constant(1));
+    setAmbient(shot, [&](double s) {
+        return Vec{0.10 + 0.12 * risen(s), 0.06 + 0.05 * risen(s), 0.20 + 0.03 * risen(s)};
+    });
     placeAt(shot, "sky", {0, -40, 200});
     placeAt(shot, "land", {0, 0, 0});
+    for (const char* stem : {"sky", "land"}) {
+        const size_t surface = std::string_view(stem) == "land" ? 1 : 0;
+        setParam(shot, stem, "SunHeight", sun, surface);
+        setParam(shot, stem, "Rise", risen, surface);
+    }
     movePosition(shot, place(shot, "sun").motion, [&sun](double s) { return sunAt(sun(s)); });
+    QbExportMotion& rays = place(shot, "rays").motion;
+    movePosition(shot, rays, [&sun](double s) { return sunAt(sun(s)) + Vec{0, 0, 2}; });
+    qbExportSetScale(rays, {1500, 1500, 1});
+    setParam(shot, "rays", "Strength",
+             [&](double s) { return 0.55 * risen(s) * (0.85 + 0.15 * beatPulse(s, 2.0, 0.6)); });
     for (int i = 0; i < 4; ++i) {
         QbExportMotion& halo = place(shot, "halo").motion;
-        movePosition(shot, halo, [&sun, i](double s) { return sunAt(sun(s)) + Vec{0, 0, 4.0 + i}; });
+        movePosition(shot, halo, [&sun, i](double s) { return sunAt(sun(s)) + Vec{0, 0, -4.0 - i}; });
         moveScale(shot, halo, [=](double s) {
             const double way = std::fmod(s / haloPeriod + i * 0.25, 1.0);
             const double size = 195 + 330 * (1 - (1 - way) * (1 - way));
             return Vec{size, size, 1};
         });
     }
-    for (int i = 0; i < 40; ++i) {
-        const double z = -180 + 44.0 * i;
-        QbExportMotion& glint = place(shot, "glint").motion;
-        qbExportSetPosition(glint, toFloats({6 * std::sin(i * 2.7), 1.0, z}));
-        moveScale(shot, glint, [=, &sun](double s) {
-            const double shimmer = 0.55 + 0.45 * std::sin(s * (2.0 + hash01(i, 21)) + i * 1.9);
-            const double wide = (26 + z * 0.13) * shimmer * risen(s) * (0.8 + 0.4 * beatPulse(s, 0.5, 0.2));
-            return Vec{std::max(0.01, wide), 1, 1 + z / 500};
-        });
+    setParam(shot, "halo", "Strength",
+             [&](double s) { return (0.36 + 0.2 * beatPulse(s, 0.5, 0.2)) * risen(s); });
+    for (int i = 0; i < 5; ++i) {
+        QbExportMotion& haze = place(shot, "haze").motion;
+        const double side = i % 2 == 0 ? 1 : -1, z = 1460 - 250.0 * i;
+        movePosition(shot, haze, [=](double s) { return Vec{side * (60 + 7 * s) - 30.0 * side * i, 2, z}; });
+        qbExportSetScale(haze, {static_cast<float>(1500 - 90 * i), static_cast<float>(150 - 16 * i), 1});
     }
     for (int i = 0; i < 90; ++i) {
         const double x = (hash01(i, 31) * 2 - 1) * 520, z = -820 + 1900 * hash01(i, 32);
@@ -445,7 +556,13 @@ void addLandscape(Shot& shot, const Curve& sun, double haloPeriod) {
 void makeSunriseShot(Folder& folder) {
     Shot shot = openShot(folder, "sunrise", 12, plum);
     const Curve sun = [](double s) { return -215 + 330 * easeBetween(-1.5, 13.5, s); };
-    addLandscape(shot, sun, 4.0);
+    const SparkFlight flight = {
+        [](double s) {
+            const double way = easeBetween(3, 11.5, s);
+            return Vec{14 * std::sin(s * 1.4) * (1 - way), 30 + 72 * way, -560 + 60 * s + 1500 * way * way};
+        },
+        {.period = 0.5, .size = 1.0, .range = 260, .aura = 0.5}};
+    addLandscape(shot, sun, 4.0, flight);
     placeDrift(shot, {"seed", 40, {0, 70, -380}, {150, 50, 260}, 6, 0.8});
     for (int i = 0; i < 3; ++i) {
         addSwimmer(
@@ -456,13 +573,6 @@ void makeSunriseShot(Folder& folder) {
             },
             1.0);
     }
-    placeSpark(
-        shot,
-        [](double s) {
-            const double way = easeBetween(3, 11.5, s);
-            return Vec{14 * std::sin(s * 1.4) * (1 - way), 42 + 60 * way, -540 + 60 * s + 1500 * way * way};
-        },
-        0.5, 1.0, 420, constant(1));
     const Path eye =
         throughKeys({{0, {-36, 26, -800}}, {4, {-20, 34, -650}}, {8, {10, 60, -500}}, {12, {20, 105, -330}}});
     const Path target = throughKeys({{0, {60, 60, 200}}, {5, {10, 75, 600}}, {12, {0, 120, 1200}}});
@@ -470,14 +580,21 @@ void makeSunriseShot(Folder& folder) {
         shot, eye, target, [](double s) { return 60 + 7 * easeBetween(8, 13, s); },
         [](double s) { return 3.0 * std::sin(s * 0.4); });
     setGlow(
-        shot, [](double s) { return 0.35 + 0.4 * easeBetween(0, 12, s); }, constant(22));
+        shot, [](double s) { return 0.14 + 0.12 * easeBetween(0, 12, s); },
+        [](double s) { return 9 + 5 * easeBetween(0, 12, s); });
     saveShot(shot);
 }
 
 void makeTitleShot(Folder& folder) {
     Shot shot = openShot(folder, "title", 12, plum);
     const Curve sun = [](double s) { return 60 + 70 * easeBetween(0, 14, s); };
-    addLandscape(shot, sun, 8.0);
+    // Far off, a second light on the water under the sun.
+    const SparkFlight flight = {[](double s) {
+                                    return Vec{120 * std::sin(s * 0.5 + 0.6), 26 + 6 * std::sin(s * 1.7),
+                                               60 + 40 * std::cos(s * 0.5)};
+                                },
+                                {.period = 1.0, .size = 0.55, .range = 240, .aura = 0.45}};
+    addLandscape(shot, sun, 8.0, flight);
     placeDrift(shot, {"seed", 50, {0, 130, -180}, {260, 110, 230}, 8, 0.9});
     addSwimmer(
         shot,
@@ -490,31 +607,38 @@ void makeTitleShot(Folder& folder) {
     const Path target = throughKeys({{0, {0, 236, 700}}, {6, {0, 262, 700}}, {12, {0, 274, 700}}});
     film(shot, eye, target, constant(60), [](double s) { return 1.5 * std::sin(s * 0.35); });
     setGlow(
-        shot, [](double s) { return 0.5 + 0.5 * std::exp(-s / 1.5); }, constant(24));
+        shot, [](double s) { return 0.20 + 0.35 * std::exp(-s / 1.5); },
+        [](double s) { return 12 + 6 * std::exp(-s / 1.5); });
     saveShot(shot);
 }
 
 void makeAfterglowShot(Folder& folder) {
     Shot shot = openShot(folder, "afterglow", 8, plum);
-    addLandscape(shot, constant(135), 8.0);
     const Vec stone = {-188, landHeight(-188, -360) - 6, -360};
     const Vec second = {-290, landHeight(-290, -300) - 8, -300};
-    placeAt(shot, "stone", stone, {18, 0, 2});
-    placeAt(shot, "rune", runePosition(stone, 18, 1), {18, 0, 2});
-    placeAt(shot, "stone", second, {-31, 0, -3}, {0.9, 0.85, 0.9});
     const Vec rest = stone + Vec{4, 150, 0};
-    placeSpark(
-        shot,
+    const SparkFlight flight = {
         [rest](double s) {
             return rest + Vec{0, 3 * std::sin(s * 1.5) + 60 * (1 - easeBetween(0, 2.5, s)), 0};
         },
-        2.0, 1.0, 300, constant(1));
+        {.period = 2.0, .size = 1.4, .range = 190, .aura = 0.5}};
+    addLandscape(shot, constant(135), 8.0, flight);
+    placeAt(shot, "stone", stone, {18, 0, 2});
+    placeAt(shot, "rune", runePosition(stone, 18, 1), {18, 0, 2});
+    addLamp(
+        shot, "Rune Light", coral, 110,
+        [stone](double) {
+            return stone + Vec{-8, 60, -40};
+        },
+        [](double s) { return 0.45 + 0.3 * beatPulse(s, 2.0, 0.5); });
+    placeAt(shot, "stone", second, {-31, 0, -3}, {0.9, 0.85, 0.9});
     placeDrift(shot, {"seed", 56, stone + Vec{60, 90, 20}, {130, 80, 90}, 11, 1.0});
     const Path eye = throughKeys(
         {{0, stone + Vec{92, 74, -262}}, {4, stone + Vec{84, 84, -232}}, {8, stone + Vec{80, 94, -206}}});
     const Path target = throughKeys({{0, stone + Vec{66, 92, 60}}, {8, stone + Vec{56, 104, 60}}});
     film(shot, eye, target, constant(60), [](double s) { return 1.2 * std::sin(s * 0.5); });
-    setGlow(shot, constant(0.6), constant(24));
+    setGlow(
+        shot, [](double s) { return 0.2 + 0.06 * beatPulse(s, 2.0, 0.5); }, constant(13));
     saveShot(shot);
 }
 

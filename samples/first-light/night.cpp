@@ -29,13 +29,13 @@ Vec onRing(double turns, double radius, double y) {
 
 // --- models -----------------------------------------------------------------------------------
 
-// Low facets that roll a little; flat enough to stand on.
+// It rolls a little; flat enough to stand on.
 QbExportMesh makeGround() {
     const auto height = [](float x, float z) {
         return static_cast<float>(7.0 * smoothNoise(x / 52.0, z / 52.0, 31) - 5.0);
     };
-    QbExportMesh mesh = qbShapeHeightField(1500, 1500, 40, 40, height);
-    qbMeshFlatNormals(mesh);
+    QbExportMesh mesh = qbShapeHeightField(2600, 2600, 52, 52, height);
+    qbMeshScaleUv(mesh, 40, 40);
     return mesh;
 }
 
@@ -51,6 +51,42 @@ QbExportMesh makeStars() {
         const Vec high = unitVector(crossProduct(way, side)) * size;
         const Vec at = way * 2400.0;
         addQuad(mesh, at + high, at + side, at - high, at - side);
+    }
+    return mesh;
+}
+
+// Faces -Z; the picture fills it.
+QbExportMesh makeMoon() {
+    constexpr int corners = 40;
+    QbExportMesh mesh;
+    const auto rim = [](int i) { return Vec{std::sin(tau * i / corners), std::cos(tau * i / corners), 0}; };
+    for (int i = 0; i < corners; ++i) {
+        addTriangle(mesh, {0, 0, 0}, rim(i), rim(i + 1));
+    }
+    for (QbExportVertex& vertex : mesh.vertices) {
+        vertex.uv = {0.5f + 0.5f * vertex.position[0], 0.5f - 0.5f * vertex.position[1]};
+    }
+    return mesh;
+}
+
+// A sheet of mist; its rim fades by u and v.
+QbExportMesh makeMist() {
+    QbExportMesh mesh = qbShapePlane(1500, 1500, 2, 2);
+    qbMeshTransform(mesh, {0, 6, 0});
+    return mesh;
+}
+
+// A shaft of light from the top of each stone, numbered as they are struck.
+QbExportMesh makeShafts() {
+    QbExportMesh mesh;
+    for (int i = 0; i < stoneCount; ++i) {
+        QbExportMesh shaft = makeBeam(3, 24, 360);
+        for (QbExportVertex& vertex : shaft.vertices) {
+            vertex.uv[0] += static_cast<float>(i);
+        }
+        qbMeshTransform(shaft, toFloats(onRing(static_cast<double>(i) / stoneCount, ringRadius, 96)),
+                        {-90, 0, 0});
+        qbMeshAppend(mesh, shaft, 0);
     }
     return mesh;
 }
@@ -77,6 +113,7 @@ QbExportMesh makeStepTower() {
     QbExportMesh mast = qbShapeCylinder(1.5f, 0.4f, 60, 5);
     qbMeshTransform(mast, {0, 306, 0});
     qbMeshAppend(mesh, mast, 1);
+    addMirrored(mesh);
     return mesh;
 }
 
@@ -101,6 +138,7 @@ QbExportMesh makeLattice() {
     qbMeshTransform(lamp, {0, 250, 0});
     qbMeshFlatNormals(lamp);
     qbMeshAppend(mesh, lamp, 1);
+    addMirrored(mesh);
     return mesh;
 }
 
@@ -110,16 +148,17 @@ QbExportMesh makeStreet() {
     return mesh;
 }
 
-// The posts along both kerbs are one mesh: only what stands on them moves.
-QbExportMesh makePosts() {
-    QbExportMesh mesh;
-    for (int i = 0; i < postPairs; ++i) {
-        for (const float side : {-1.0f, 1.0f}) {
-            QbExportMesh post = makeBlock({2.4f, 16, 2.4f}, 1, 1);
-            qbMeshTransform(post, {side * 52, 0, static_cast<float>(postPlace(i))});
-            qbMeshAppend(mesh, post, 0);
-        }
-    }
+// Half of it shows above the street, half as its picture below.
+QbExportMesh makeStreak() {
+    QbExportMesh mesh = qbShapeBox({2.2f, 1.4f, 34});
+    qbMeshTransform(mesh, {0, 3.5f, 0});
+    addMirrored(mesh);
+    return mesh;
+}
+
+QbExportMesh makeHouse() {
+    QbExportMesh mesh = makeBlock({64, 120, 60}, 9, 16);
+    addMirrored(mesh);
     return mesh;
 }
 
@@ -129,57 +168,90 @@ QbExportMesh makeDiamond(float radius, float height) {
     return mesh;
 }
 
-void addNightModels(Folder& folder) {
-    addSparkModels(folder);
-    addStoneModels(folder);
-    addModel(folder, "mote", makeDiamond(1.1f, 3.2f),
-             {{.name = "Mote", .colour = cream, .diffuse = 0.8f, .luminosity = 0.45f, .glow = 0.3f}});
-    addModel(
-        folder, "ground", makeGround(),
-        {{.name = "Ground", .colour = {0.30f, 0.26f, 0.50f}, .specularity = 0.07f, .glossiness = 0.22f}});
+void addSkyModels(Folder& folder) {
+    addModel(folder, "dome", makeDome(2600),
+             {{.name = "Sky",
+               .colour = indigo,
+               .diffuse = 0,
+               .luminosity = 1.0f,
+               .image = "clouds.jpg",
+               .shader = "nightsky.hlsl"}});
     addModel(folder, "stars", makeStars(),
              {{.name = "Stars",
                .colour = cream,
                .diffuse = 0,
-               .luminosity = 0.9f,
-               .glow = 0.4f,
+               .luminosity = 0.95f,
+               .glow = 0.6f,
                .bothSides = true}});
-    addModel(folder, "dome", makeDome(2600),
-             {{.name = "Sky", .colour = indigo, .diffuse = 0, .luminosity = 1.0f, .image = "sky.jpg"}});
+    addModel(folder, "moon", makeMoon(),
+             {{.name = "Moon",
+               .colour = cream,
+               .diffuse = 0,
+               .luminosity = 0.95f,
+               .glow = 0.28f,
+               .image = "moon.jpg"}});
+    addModel(
+        folder, "moonlight", qbShapeIcosphere(1, 2),
+        {{.name = "Moonlight", .colour = violet, .diffuse = 0, .luminosity = 0.2f, .shader = "aura.hlsl"}});
+}
+
+void addCityModels(Folder& folder) {
+    // Panes shine, walls do not; what is lit stands in a map of its own.
     const Look windows = {.name = "Windows",
                           .colour = indigo,
-                          .diffuse = 0.8f,
-                          .luminosity = 0.55f,
-                          .specularity = 0.15f,
-                          .glossiness = 0.3f,
-                          .glow = 0.15f,
+                          .diffuse = 0.9f,
+                          .luminosity = 0.3f,
+                          .specularity = 0.4f,
+                          .glossiness = 0.32f,
+                          .glow = 0.26f,
                           .image = "windows.jpg",
-                          .reflection = "sky.jpg",
-                          .reflectivity = 0.12f};
-    const Look crown = {.name = "Crown", .colour = gold, .diffuse = 0.1f, .luminosity = 1.0f, .glow = 0.8f};
+                          .luminosityMap = "windows_light.jpg",
+                          .specularityMap = "windows_shine.jpg",
+                          .reflection = "around.jpg",
+                          .reflectivity = 0.3f};
+    const Look crown = {.name = "Crown", .colour = gold, .diffuse = 0.1f, .luminosity = 1.0f, .glow = 0.5f};
     addModel(folder, "tower", makeStepTower(), {windows, crown});
-    addModel(folder, "block", makeBlock({64, 120, 60}, 9, 16), {windows});
+    Look plain = windows;
+    plain.reflection = nullptr;
+    addModel(folder, "block", makeHouse(), {plain});
     addModel(folder, "lattice", makeLattice(),
              {{.name = "Steel",
                .colour = rose,
                .diffuse = 1.0f,
-               .luminosity = 0.16f,
-               .specularity = 0.2f,
-               .glossiness = 0.3f},
+               .luminosity = 0.24f,
+               .specularity = 0.6f,
+               .glossiness = 0.3f,
+               .glow = 0.05f},
               crown});
+    addModel(folder, "beam", makeBeam(3, 22, 100),
+             {{.name = "Beam", .colour = cream, .diffuse = 0, .bothSides = true, .shader = "beam.hlsl"}});
     addModel(folder, "street", makeStreet(),
-             {{.name = "Street",
-               .colour = night,
-               .diffuse = 0.7f,
-               .luminosity = 0.75f,
-               .glow = 0.1f,
-               .image = "street.jpg"}});
-    addModel(folder, "posts", makePosts(),
-             {{.name = "Posts", .colour = violet, .diffuse = 0.8f, .luminosity = 0.1f}});
-    addModel(folder, "bar", makeBlock({3.6f, 7, 3.6f}, 1, 1),
-             {{.name = "Bar", .colour = amber, .diffuse = 0.1f, .luminosity = 1.0f, .glow = 0.7f}});
-    addModel(folder, "streak", qbShapeBox({2.2f, 1.4f, 34}),
-             {{.name = "Streak", .colour = coral, .diffuse = 0.0f, .luminosity = 1.0f, .glow = 0.8f}});
+             {{.name = "Street", .colour = night, .image = "street.jpg", .shader = "street.hlsl"}});
+    addModel(folder, "bar", qbShapeBox({2.4f, 14, 2.4f}),
+             {{.name = "Bar", .colour = amber, .diffuse = 0.1f, .luminosity = 0.95f, .glow = 0.32f}});
+    addModel(folder, "streak", makeStreak(),
+             {{.name = "Streak", .colour = coral, .diffuse = 0.0f, .luminosity = 1.0f, .glow = 0.5f}});
+}
+
+void addNightModels(Folder& folder) {
+    addSparkModels(folder);
+    addStoneModels(folder);
+    addModel(folder, "mote", makeDiamond(1.1f, 3.2f),
+             {{.name = "Mote", .colour = cream, .diffuse = 0.3f, .luminosity = 0.75f, .glow = 0.5f}});
+    addModel(folder, "ground", makeGround(),
+             {{.name = "Ground",
+               .colour = {0.30f, 0.26f, 0.50f},
+               .specularity = 0.4f,
+               .glossiness = 0.3f,
+               .image = "soil.jpg",
+               .specularityMap = "soil_shine.jpg",
+               .bump = "soil_normal.png"}});
+    addModel(folder, "mist", makeMist(),
+             {{.name = "Mist", .colour = violet, .bothSides = true, .shader = "mist.hlsl"}});
+    addModel(folder, "shafts", makeShafts(),
+             {{.name = "Shafts", .colour = coral, .bothSides = true, .shader = "beam.hlsl"}});
+    addSkyModels(folder);
+    addCityModels(folder);
 }
 
 // --- what the scenes share --------------------------------------------------------------------------
@@ -194,6 +266,33 @@ void addStones(Shot& shot) {
     }
 }
 
+// Where the moon stands, as seen from the middle of the ring.
+constexpr double moonHeading = 22.0;
+constexpr double moonRise = 15.0;
+
+Vec towardsMoon(double distance) {
+    const double heading = moonHeading * tau / 360, rise = moonRise * tau / 360;
+    return Vec{std::sin(heading) * std::cos(rise), std::sin(rise), std::cos(heading) * std::cos(rise)} *
+           distance;
+}
+
+void addNightSky(Shot& shot, double moonSize, const Curve& moonlight) {
+    placeAt(shot, "dome", {0, 0, 0});
+    placeAt(shot, "stars", {0, 0, 0});
+    placeAt(shot, "moon", towardsMoon(2450), {moonHeading, -moonRise, 0}, {moonSize, moonSize, 1});
+    placeAt(shot, "moonlight", towardsMoon(2380), {0, 0, 0}, Vec{5.5, 5.5, 5.5} * moonSize);
+    setParamColour(shot, "moonlight", {0.36f, 0.34f, 0.86f});
+    setParam(shot, "moonlight", "Focus", constant(4));
+    setParam(shot, "moonlight", "Strength", [&](double s) { return 0.8 * moonlight(s); });
+    addDistantLight(shot, "Moon", {0.44f, 0.48f, 0.96f}, moonHeading + 180, moonRise, moonlight);
+}
+
+void addMist(Shot& shot, const Curve& density, const Curve& warmth) {
+    placeAt(shot, "mist", {0, 0, 0});
+    setParam(shot, "mist", "Density", density);
+    setParam(shot, "mist", "Warmth", warmth);
+}
+
 // --- the scenes -------------------------------------------------------------------------------------
 
 Vec sparkAlone(double s) {
@@ -206,11 +305,13 @@ Vec sparkAlone(double s) {
 
 void makeSparkShot(Folder& folder) {
     Shot shot = openShot(folder, "spark", 12, abyss);
-    addDistantLight(shot, "Moon", {0.26f, 0.24f, 0.85f}, 205, 38,
-                    [](double s) { return 0.08 + 0.45 * easeBetween(3, 11, s); });
-    setAmbient(shot, {0.010f, 0.008f, 0.030f});
+    addNightSky(shot, 130, [](double s) { return 0.12 + 0.48 * easeBetween(2, 11, s); });
+    setAmbient(shot, constantVec({0.030, 0.026, 0.075}));
     placeAt(shot, "ground", {0, 0, 0});
-    placeSpark(shot, sparkAlone, 2.0, 1.0, 420, [](double s) { return 0.22 + 0.78 * easeBetween(2, 10, s); });
+    placeSpark(shot, sparkAlone, {.period = 2.0, .size = 1.0, .range = 300, .aura = 0.42},
+               [](double s) { return 0.3 + 0.7 * easeBetween(1, 9, s); });
+    addMist(
+        shot, [](double s) { return 0.35 + 0.35 * easeBetween(2, 10, s); }, constant(0));
     addStones(shot);
     placeDrift(shot, {"mote", 56, {0, 44, 20}, {130, 40, 100}, 1.5, 0.8});
     const Path eye =
@@ -223,7 +324,8 @@ void makeSparkShot(Folder& folder) {
         shot, eye, target, [](double s) { return 60 + 4 * easeBetween(9, 12, s); },
         [](double s) { return 2.5 * std::sin(s * 0.5); });
     setGlow(
-        shot, [](double s) { return 0.55 + 0.35 * beatPulse(s, 2.0, 0.4); }, constant(18));
+        shot, [](double s) { return 0.12 + 0.16 * beatPulse(s, 2.0, 0.4); },
+        [](double s) { return 9 + 3 * beatPulse(s, 2.0, 0.4); });
     saveShot(shot);
 }
 
@@ -253,44 +355,55 @@ void addRunes(Shot& shot) {
     }
 }
 
+// Each struck stone sends a shaft of light up and a flash over the ground before it.
+void addRuneLights(Shot& shot) {
+    placeAt(shot, "shafts", {0, 0, 0});
+    setParamColour(shot, "shafts", {1.0f, 0.36f, 0.34f});
+    setParam(shot, "shafts", "Stagger", constant(strikeTime(1)));
+    setParam(shot, "shafts", "Lead", constant(0));
+    setParam(shot, "shafts", "Strength",
+             [](double s) { return 0.34 + 0.22 * beatPulse(s, 0.5, 0.2) + 0.4 * easeBetween(10.8, 12, s); });
+    // One lamp serves all stones, one after the other.
+    const auto struck = [](double s) { return std::clamp(static_cast<int>(s), 0, stoneCount - 1); };
+    addSpot(
+        shot, "Rune", coral, {.range = 200, .cone = 44, .edge = 24},
+        [struck](double s) { return onRing(struck(s) / 12.0, ringRadius - 14, 84); },
+        [struck](double s) { return onRing(struck(s) / 12.0, ringRadius - 110, 0); },
+        [struck](double s) {
+            const double since = s - strikeTime(struck(s));
+            return std::min(1.0, since / 0.08) * (1 - easeBetween(0.4, 1.0, since));
+        });
+}
+
 void makeStonesShot(Folder& folder) {
     Shot shot = openShot(folder, "stones", 12, abyss);
-    addDistantLight(shot, "Moon", {0.26f, 0.24f, 0.85f}, 205, 38, constant(0.6));
-    setAmbient(shot, {0.014f, 0.010f, 0.040f});
-    placeAt(shot, "dome", {0, 0, 0});
-    placeAt(shot, "stars", {0, 0, 0});
+    addNightSky(shot, 150, constant(0.62));
+    // The ring's own glow: it grows with every stone.
+    setAmbient(shot, [](double s) {
+        const double lit = easeBetween(0, 12, s) * (0.75 + 0.25 * beatPulse(s, 0.5, 0.2));
+        return Vec{0.045 + 0.24 * lit, 0.038 + 0.07 * lit, 0.10 + 0.08 * lit};
+    });
     placeAt(shot, "ground", {0, 0, 0});
-    placeSpark(shot, sparkOnRing, 1.0, 1.1, 420, constant(1));
+    placeSpark(shot, sparkOnRing, {.period = 1.0, .size = 1.1, .range = 210, .aura = 0.5}, constant(1));
+    addMist(shot, constant(0.6), [](double s) { return 0.7 * easeBetween(2, 12, s); });
     addStones(shot);
     addRunes(shot);
     placeDrift(shot, {"mote", 40, {0, 60, 0}, {190, 55, 190}, 2.0, 1.0});
-    // The ring's own glow: it grows with every stone.
-    addLamp(
-        shot, "Ring", coral, 520,
-        [](double) {
-            return Vec{0, 70, 0};
-        },
-        [](double s) { return 0.75 * easeBetween(0, 12, s) * (0.7 + 0.3 * beatPulse(s, 0.5, 0.2)); });
-    for (int i = 0; i < 4; ++i) {
-        const double strike = strikeTime(i * 3);
-        static constexpr const char* names[4] = {"Rune 1", "Rune 2", "Rune 3", "Rune 4"};
-        addLamp(
-            shot, names[i], rose, 260, [i](double) { return onRing(i * 0.25, ringRadius - 60, 50); },
-            [strike](double s) { return s < strike ? 0.0 : 0.3 + 0.6 * std::exp(-(s - strike) / 0.5); });
-    }
+    addRuneLights(shot);
     const Path eye = [](double s) {
-        const double turns = 0.5 + 0.02 + s * 0.042;
+        const double turns = 0.54 + s * 0.042; // leaves the ring between two stones
         const double out = easeBetween(1.0, 12.0, s);
         return onRing(turns, 40 + 420 * out, 34 + 200 * out * out);
     };
     const Path target = [](double s) {
         const Vec spark = sparkOnRing(std::max(0.0, s - 0.5)) + Vec{0, 14, 0};
         const double home = easeBetween(2.0, 9.0, s);
-        return spark * (1.0 - home) + Vec{0, 34, 0} * home;
+        return spark * (1.0 - home) + Vec{0, 34 + 34 * easeBetween(7.0, 12.0, s), 0} * home;
     };
     film(shot, eye, target, constant(60), [](double s) { return -4.0 * std::sin(s * 0.45); });
     setGlow(
-        shot, [](double s) { return 0.5 + 0.5 * beatPulse(s, 1.0, 0.3); }, constant(16));
+        shot, [](double s) { return 0.12 + 0.22 * beatPulse(s, 1.0, 0.3); },
+        [](double s) { return 8 + 5 * beatPulse(s, 1.0, 0.3); });
     saveShot(shot);
 }
 
@@ -309,7 +422,7 @@ void addTowers(Shot& shot) {
                 placeAt(shot, hash01(seed, 42) > 0.45 ? "tower" : "block",
                         {side * (104 + 14 * hash01(seed, 43)), 0, z}, {0, 0, 0}, {1, height, 1});
             }
-            if (i % 2 == 0) {
+            if (i % 3 == 0) {
                 placeAt(shot, "tower", {side * (205 + 30 * hash01(seed, 44)), 0, z + 30}, {45.3, 0, 0},
                         {1.3, 1.0 + 0.7 * hash01(seed, 45), 1.3});
             }
@@ -322,13 +435,13 @@ void addBars(Shot& shot) {
         for (const double side : {-1.0, 1.0}) {
             const double z = postPlace(i);
             QbExportMotion& motion = place(shot, "bar").motion;
-            qbExportSetPosition(motion, toFloats({side * 52, 16, z}));
+            qbExportSetPosition(motion, toFloats({side * 52, 0, z}));
             const double weight = 0.5 + 1.0 * hash01(i % 12, side > 0 ? 1 : 0, 46);
             const double period = i % 3 == 0 ? 1.0 : 0.5;
             moveScale(shot, motion, [=](double s) {
                 const double level =
-                    0.5 + weight * 3.2 * beatPulse(s + (i % 2 == 0 ? 0.0 : 0.25), period, 0.17);
-                return Vec{1, level, 1};
+                    0.9 + weight * 3.4 * beatPulse(s + (i % 2 == 0 ? 0.0 : 0.25), period, 0.17);
+                return Vec{1, level, 1}; // the street cuts it in half
             });
         }
     }
@@ -341,7 +454,7 @@ void addTraffic(Shot& shot) {
         for (const double side : {-1.0, 1.0}) {
             const double pace = side > 0 ? -1.0 : 2.0; // blocks a lap
             movePosition(shot, place(shot, "streak").motion, [=](double s) {
-                return Vec{side * 24, 3.5, home + pace * block * s / lap};
+                return Vec{side * 24, 0, home + pace * block * s / lap};
             });
         }
     }
@@ -351,10 +464,67 @@ Vec cityEye(double s) {
     return {16 * std::sin(s * tau / lap), 40 + 13 * std::sin(s * tau / lap + 1.2), block * s / lap};
 }
 
+// The lamps of the kerbs that are near: one that falls behind the eye comes up again far ahead.
+void addStreetLamps(Shot& shot) {
+    static constexpr const char* names[3] = {"Kerb 1", "Kerb 2", "Kerb 3"};
+    constexpr double reach = block, spacing = reach / 3;
+    for (int i = 0; i < 3; ++i) {
+        const auto ahead = [i](double s) {
+            const double way = i * spacing + 20 - cityEye(s).z;
+            return way - std::floor(way / reach) * reach;
+        };
+        addLamp(
+            shot, names[i], i % 3 == 0 ? coral : amber, 78,
+            [=](double s) {
+                return Vec{i % 2 == 0 ? -56.0 : 56.0, 30, cityEye(s).z + ahead(s)};
+            },
+            [=](double s) {
+                return easeBetween(reach, reach - 90, ahead(s)) * easeBetween(0, 40, ahead(s)) *
+                       (0.55 + 0.45 * beatPulse(s, 0.5, 0.2));
+            });
+    }
+}
+
+// The street runs into a glow that keeps its distance.
+void addFarGlow(Shot& shot) {
+    QbExportMotion& glow = place(shot, "moonlight").motion;
+    movePosition(shot, glow, [](double s) { return Vec{0, 60, cityEye(s).z + 960}; });
+    qbExportSetScale(glow, {330, 330, 60});
+    setParamColour(shot, "moonlight", {1.0f, 0.46f, 0.30f});
+    setParam(shot, "moonlight", "Focus", constant(2.5));
+    setParam(shot, "moonlight", "Strength", [](double s) { return 0.30 + 0.12 * beatPulse(s, 0.5, 0.2); });
+}
+
+// Two beams from far roofs that sweep over the fronts; the shaft and the light go together.
+void addSearchLights(Shot& shot) {
+    for (const double side : {-1.0, 1.0}) {
+        const Path lamp = [side](double s) { return Vec{side * 70, 150, cityEye(s).z + 400}; };
+        const Path spot = [side](double s) {
+            return Vec{side * (-20 + 95 * std::sin(s * tau / 4 + side)), 0,
+                       cityEye(s).z + 370 + 40 * std::cos(s * tau / 8 + side)};
+        };
+        addSpot(shot, side < 0 ? "Search left" : "Search right", {0.62f, 0.60f, 1.0f},
+                {.range = 170, .cone = 22, .edge = 10}, lamp, spot, constant(1));
+        QbExportMotion& shaft = place(shot, "beam").motion;
+        movePosition(shot, shaft, lamp);
+        moveAim(shot, shaft, lamp, spot);
+        qbExportSetScale(shaft, {2.2f, 2.2f, 2.1f});
+    }
+    setParamColour(shot, "beam", {0.55f, 0.50f, 1.0f});
+    setParam(shot, "beam", "Strength", [](double s) { return 0.30 + 0.15 * beatPulse(s, 1.0, 0.3); });
+}
+
 void makeCityShot(Folder& folder) {
     Shot shot = openShot(folder, "city", lap, night);
-    addDistantLight(shot, "Moon", {0.36f, 0.34f, 0.85f}, 160, 40, constant(0.5));
-    setAmbient(shot, {0.02f, 0.015f, 0.05f});
+    addDistantLight(shot, "Moon", {0.44f, 0.48f, 0.96f}, 160, 40, constant(0.5));
+    setAmbient(shot, constantVec({0.06, 0.045, 0.13}));
+    const Spark spark = {.period = 0.5, .size = 0.8, .range = 72, .aura = 0.5};
+    const Path sparkWay = [](double s) {
+        return cityEye(s) + Vec{18 * std::sin(s * tau / 4), 10 + 8 * std::sin(s * tau / 2), 165};
+    };
+    placeSpark(shot, sparkWay, spark, constant(1));
+    placeSparkBelow(shot, sparkWay, spark);
+    addFarGlow(shot);
     // A near sky that travels along: it swallows the far towers, so that their end never shows and the lap
     // has no seam.
     for (const char* sky : {"dome", "stars"}) {
@@ -362,35 +532,14 @@ void makeCityShot(Folder& folder) {
         movePosition(shot, motion, [](double s) { return Vec{0, 0, cityEye(s).z}; });
         qbExportSetScale(motion, {0.4f, 0.4f, 0.4f});
     }
+    setParam(shot, "dome", "Ground", constant(0));
     placeAt(shot, "street", {0, 0, 900});
-    placeAt(shot, "posts", {0, 0, 0});
+    setParam(shot, "street", "Pulse", [](double s) { return beatPulse(s, 0.5, 0.2); });
     addTowers(shot);
     addBars(shot);
     addTraffic(shot);
-    addLamp(
-        shot, "Ahead", coral, 700,
-        [](double s) {
-            return cityEye(s) + Vec{0, 50, 260};
-        },
-        [](double s) { return 0.55 + 0.45 * beatPulse(s, 0.5, 0.2); });
-    addLamp(
-        shot, "Beside", gold, 420,
-        [](double s) {
-            return cityEye(s) + Vec{0, 10, 60};
-        },
-        [](double s) { return 0.3 + 0.3 * beatPulse(s + 0.5, 1.0, 0.2); });
-    addLamp(
-        shot, "Far", rose, 900,
-        [](double s) {
-            return cityEye(s) + Vec{0, 120, 620};
-        },
-        constant(1));
-    placeSpark(
-        shot,
-        [](double s) {
-            return cityEye(s) + Vec{18 * std::sin(s * tau / 4), 10 + 8 * std::sin(s * tau / 2), 150};
-        },
-        0.5, 0.8, 420, constant(1));
+    addStreetLamps(shot);
+    addSearchLights(shot);
     film(
         shot, cityEye,
         [](double s) {
@@ -398,8 +547,8 @@ void makeCityShot(Folder& folder) {
         },
         constant(64), [](double s) { return -7.0 * std::cos(s * tau / lap); });
     setGlow(
-        shot, [](double s) { return 0.5 + 0.5 * beatPulse(s, 0.5, 0.2); },
-        [](double s) { return 14 + 6 * beatPulse(s, 0.5, 0.2); });
+        shot, [](double s) { return 0.14 + 0.16 * beatPulse(s, 0.5, 0.2); },
+        [](double s) { return 8 + 5 * beatPulse(s, 0.5, 0.2); });
     saveShot(shot);
 }
 

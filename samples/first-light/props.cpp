@@ -68,6 +68,21 @@ QbExportMesh makeRune() {
     return mesh;
 }
 
+// Worn layers shine, and at dawn they show the sky.
+Look slateLook() {
+    return {.name = "Slate",
+            .colour = {0.45f, 0.40f, 0.56f},
+            .diffuse = 0.95f,
+            .specularity = 0.3f,
+            .glossiness = 0.25f,
+            .image = "slate.jpg",
+            .specularityMap = "slate_shine.jpg",
+            .glossinessMap = "slate_gloss.jpg",
+            .bump = "slate_normal.png",
+            .reflection = "sky.jpg",
+            .reflectivity = 0.42f};
+}
+
 } // namespace
 
 void addSparkModels(Folder& folder) {
@@ -75,33 +90,33 @@ void addSparkModels(Folder& folder) {
                         .colour = gold,
                         .diffuse = 0.1f,
                         .luminosity = 0.95f,
-                        .glow = 1.0f,
+                        .glow = 0.5f,
                         .shader = "ember.hlsl"};
-    const Look bright = {
-        .name = "Ember Bright", .colour = cream, .diffuse = 0.1f, .luminosity = 1, .glow = 1};
+    const Look bright = {.name = "Ember Bright",
+                         .colour = {1.0f, 0.88f, 0.62f},
+                         .diffuse = 0.1f,
+                         .luminosity = 0.95f,
+                         .glow = 0.4f};
     const Look deep = {
-        .name = "Ember Deep", .colour = amber, .diffuse = 0.1f, .luminosity = 0.95f, .glow = 1};
+        .name = "Ember Deep", .colour = amber, .diffuse = 0.1f, .luminosity = 0.85f, .glow = 0.5f};
     addModel(folder, "spark", makeCore(), {ember, bright, deep});
     addModel(folder, "spark", makeRays(), {ember}, QB_EXPORT_X_TEXT, 2);
+    addModel(folder, "aura", qbShapeIcosphere(1, 2),
+             {{.name = "Aura", .colour = gold, .diffuse = 0, .luminosity = 0.3f, .shader = "aura.hlsl"}});
 }
 
 void addStoneModels(Folder& folder) {
-    addModel(folder, "stone", makeStone(),
-             {{.name = "Slate",
-               .colour = {0.45f, 0.40f, 0.56f},
-               .diffuse = 0.95f,
-               .specularity = 0.06f,
-               .glossiness = 0.22f,
-               .image = "slate.jpg",
-               .bump = "slate_normal.png"}});
+    addModel(folder, "stone", makeStone(), {slateLook()});
     addModel(folder, "rune", makeRune(),
-             {{.name = "Rune", .colour = coral, .diffuse = 0.1f, .luminosity = 1.0f, .glow = 0.9f}},
+             {{.name = "Rune", .colour = coral, .diffuse = 0.1f, .luminosity = 1.0f, .glow = 0.7f}},
              QB_EXPORT_X_TEXT);
 }
 
 // Everything turns in whole rounds of eight seconds, the city's lap.
-void placeSpark(Shot& shot, const Path& path, double period, double size, float range, const Curve& power) {
-    const auto heart = [=](double s) { return size * (0.85 + 0.4 * beatPulse(s, period, 0.22)); };
+static void placeSparkBody(Shot& shot, const Path& path, const Spark& spark) {
+    const auto heart = [spark](double s) {
+        return spark.size * (0.85 + 0.4 * beatPulse(s, spark.period, 0.22));
+    };
     QbExportMotion& core = place(shot, "spark").motion;
     movePosition(shot, core, path);
     moveRotation(shot, core, [](double s) { return Vec{s * 90, s * 45, 0}; });
@@ -110,14 +125,36 @@ void placeSpark(Shot& shot, const Path& path, double period, double size, float 
     movePosition(shot, rays, path);
     moveRotation(shot, rays, [](double s) { return Vec{s * -45, 20 * std::sin(s * tau / 8), s * 45}; });
     moveScale(shot, rays, [&](double s) {
-        const double reach = heart(s) * (0.55 + 0.65 * beatPulse(s, period, 0.3));
+        const double reach = heart(s) * (0.55 + 0.65 * beatPulse(s, spark.period, 0.3));
         return Vec{reach, reach, reach};
     });
-    surfaceOf(shot, "spark", 0).shaderParams = {
-        {"Pulse", qbExportBySeconds(shot.scene, [=](double s) { return beatPulse(s, period, 0.3); })},
-        {"Heat", qbExportBySeconds(shot.scene, [](double s) { return 0.6 + 0.2 * std::sin(s * tau / 4); })}};
-    addLamp(shot, "Spark Light", gold, range, path,
-            [&](double s) { return power(s) * (0.66 + 0.34 * beatPulse(s, period, 0.35)); });
+}
+
+void placeSpark(Shot& shot, const Path& path, const Spark& spark, const Curve& power) {
+    placeSparkBody(shot, path, spark);
+    const double period = spark.period;
+    QbExportMotion& aura = place(shot, "aura").motion;
+    movePosition(shot, aura, path);
+    moveScale(shot, aura, [&](double s) {
+        return Vec{46, 46, 46} * (spark.size * (0.85 + 0.3 * beatPulse(s, period, 0.3)));
+    });
+    setParam(shot, "spark", "Pulse", [=](double s) { return beatPulse(s, period, 0.3); });
+    setParam(shot, "spark", "Heat", [](double s) { return 0.6 + 0.2 * std::sin(s * tau / 4); });
+    setParamColour(shot, "aura", {1.0f, 0.60f, 0.24f});
+    setParam(shot, "aura", "Strength",
+             [&](double s) { return spark.aura * power(s) * (0.7 + 0.3 * beatPulse(s, period, 0.35)); });
+    addLamp(shot, "Spark Light", {1.0f, 0.72f, 0.42f}, spark.range, path,
+            [&](double s) { return power(s) * (0.7 + 0.3 * beatPulse(s, period, 0.35)); });
+}
+
+void placeSparkBelow(Shot& shot, const Path& path, const Spark& spark) {
+    placeSparkBody(
+        shot,
+        [&path](double s) {
+            const Vec above = path(s);
+            return Vec{above.x, -above.y, above.z};
+        },
+        spark);
 }
 
 Vec runePosition(Vec stone, double heading, double scale) {

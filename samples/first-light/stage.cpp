@@ -44,8 +44,19 @@ QbExportSurface surfaceFrom(const Look& look) {
     if (look.image != nullptr) {
         qbExportSetImage(surface, "BaseColor", look.image);
     }
+    const struct {
+        const char* property;
+        const char* image;
+    } maps[] = {{"Luminosity", look.luminosityMap},
+                {"Specularity", look.specularityMap},
+                {"Glossiness", look.glossinessMap}};
+    for (const auto& map : maps) {
+        if (map.image != nullptr) {
+            qbExportSetImage(surface, map.property, map.image);
+        }
+    }
     if (look.bump != nullptr) {
-        qbExportSetFloat(surface, "Bump", 2.0f);
+        qbExportSetFloat(surface, "Bump", 4.0f);
         qbExportSetImage(surface, "Bump", look.bump);
     }
     if (look.reflection != nullptr) {
@@ -252,6 +263,44 @@ QbExportMesh makeDome(double radius) {
     return mesh;
 }
 
+QbExportMesh makeBeam(double footRadius, double endRadius, double length) {
+    constexpr uint32_t around = 20, along = 6;
+    QbExportMesh mesh;
+    for (uint32_t k = 0; k <= along; ++k) {
+        const double way = static_cast<double>(k) / along;
+        const double radius = footRadius + (endRadius - footRadius) * way;
+        for (uint32_t i = 0; i <= around; ++i) {
+            const double angle = 2.0 * std::numbers::pi * i / around;
+            const Vec out = {std::cos(angle), std::sin(angle), 0};
+            const uint32_t at = addVertex(mesh, out * radius + Vec{0, 0, length * way},
+                                          static_cast<float>(i) / around, static_cast<float>(way));
+            mesh.vertices[at].normal =
+                toFloats(unitVector(out + Vec{0, 0, (footRadius - endRadius) / length}));
+        }
+    }
+    for (uint32_t k = 0; k < along; ++k) {
+        for (uint32_t i = 0; i < around; ++i) {
+            const uint32_t low = k * (around + 1) + i, high = low + around + 1;
+            mesh.triangles.push_back({{low, low + 1, high + 1}, 0});
+            mesh.triangles.push_back({{low, high + 1, high}, 0});
+        }
+    }
+    return mesh;
+}
+
+void addMirrored(QbExportMesh& mesh) {
+    QbExportMesh below = mesh;
+    qbMeshTransform(below, {0, 0, 0}, {0, 0, 0}, {1, -1, 1});
+    const auto first = static_cast<uint32_t>(mesh.vertices.size());
+    mesh.vertices.insert(mesh.vertices.end(), below.vertices.begin(), below.vertices.end());
+    for (QbExportTriangle triangle : below.triangles) {
+        for (uint32_t& corner : triangle.corners) {
+            corner += first;
+        }
+        mesh.triangles.push_back(triangle);
+    }
+}
+
 Shot openShot(Folder& folder, const std::string& name, double seconds, const Colour& zenith) {
     Shot shot{folder, {}};
     shot.scene.name = shot.scene.fileName = name + ".lws";
@@ -292,10 +341,20 @@ QbExportSurface& surfaceOf(Shot& shot, std::string_view stem, size_t index) {
     std::exit(1);
 }
 
-void setAmbient(Shot& shot, const Colour& colour) {
+void setParam(Shot& shot, std::string_view stem, const char* param, const Curve& value, size_t surface) {
+    surfaceOf(shot, stem, surface).shaderParams.push_back({param, qbExportBySeconds(shot.scene, value)});
+}
+
+void setParamColour(Shot& shot, std::string_view stem, const Colour& colour) {
+    static constexpr const char* names[3] = {"Red", "Green", "Blue"};
     for (size_t i = 0; i < 3; ++i) {
-        shot.scene.ambientChannels[i] = colour[i];
+        surfaceOf(shot, stem, 0).shaderParams.push_back({names[i], colour[i]});
     }
+}
+
+void setAmbient(Shot& shot, const Path& colour) {
+    qbExportVectorBySeconds(shot.scene, shot.scene.ambientChannels,
+                            [&](double s) { return channelVector(colour, s); });
 }
 
 void setGlow(Shot& shot, const Curve& intensity, const Curve& radius) {
@@ -346,6 +405,15 @@ void addDistantLight(Shot& shot, const char* name, const Colour& colour, double 
         shot.scene, [&](double seconds) { return std::clamp(intensity(seconds), 0.0, 1.0); });
 }
 
+void addSpot(Shot& shot, const char* name, const Colour& colour, const SpotShape& shape, const Path& position,
+             const Path& towards, const Curve& intensity) {
+    addLamp(shot, name, colour, shape.range, position, intensity);
+    QbExportLight& light = shot.scene.lights.back();
+    light.type = QB_EXPORT_LIGHT_SPOT;
+    light.coneAngles = {qbExportRadians(shape.cone), qbExportRadians(shape.edge)};
+    moveAim(shot, light.motion, position, towards);
+}
+
 void movePosition(Shot& shot, QbExportMotion& motion, const Path& path) {
     qbExportPositionBySeconds(shot.scene, motion, [&](double s) { return channelVector(path, s); });
 }
@@ -358,7 +426,16 @@ void moveScale(Shot& shot, QbExportMotion& motion, const Path& factors) {
     qbExportScaleBySeconds(shot.scene, motion, [&](double s) { return channelVector(factors, s); });
 }
 
+void moveAim(Shot& shot, QbExportMotion& motion, const Path& from, const Path& to) {
+    qbExportRotationBySeconds(shot.scene, motion,
+                              [&](double s) { return qbExportAim(toFloats(from(s)), toFloats(to(s))); });
+}
+
 Curve constant(double value) {
+    return [value](double) { return value; };
+}
+
+Path constantVec(Vec value) {
     return [value](double) { return value; };
 }
 

@@ -54,12 +54,16 @@ struct Look {
     float specularity = 0;
     float glossiness = 0;
     float glow = 0;
-    const char* image = nullptr;      // takes the colour's place
-    const char* bump = nullptr;       // a picture of normals
-    const char* reflection = nullptr; // a picture of what surrounds
-    float reflectivity = 0;
+    // Pictures; one of a value takes that value's place. A png as `image` lets through what lies behind it.
+    const char* image = nullptr;         // of colours
+    const char* luminosityMap = nullptr; // these three: of brightness
+    const char* specularityMap = nullptr;
+    const char* glossinessMap = nullptr;
+    const char* bump = nullptr;       // of normals
+    const char* reflection = nullptr; // of what surrounds
+    float reflectivity = 0;           // counts as its square
     bool bothSides = false;
-    const char* shader = nullptr;
+    const char* shader = nullptr; // draws the surface alone: only bothSides counts beside it
 };
 
 struct Model {
@@ -87,6 +91,10 @@ QbExportMesh skinOverRings(const std::vector<std::vector<Vec>>& rings);
 void addBeam(QbExportMesh& mesh, Vec from, Vec to, double thickness);
 // Seen from inside; u runs round the horizon with 0.25 ahead along Z, v from the zenith to the foot.
 QbExportMesh makeDome(double radius);
+// An open cone along +Z, v from 0 at its foot in the origin to 1 at its end: the mesh of beam.hlsl.
+QbExportMesh makeBeam(double footRadius, double endRadius, double length);
+// Adds the mesh once more, upside down below the ground at height 0.
+void addMirrored(QbExportMesh& mesh);
 
 // --- shots --------------------------------------------------------------------------------------
 
@@ -100,18 +108,31 @@ Shot openShot(Folder& folder, const std::string& name, double seconds, const Col
 QbExportObject& place(Shot& shot, std::string_view stem, int layer = 1);
 void placeAt(Shot& shot, std::string_view stem, Vec position, Vec degrees = {0, 0, 0}, Vec scale = {1, 1, 1});
 QbExportSurface& surfaceOf(Shot& shot, std::string_view stem, size_t index);
-void setAmbient(Shot& shot, const Colour& colour);
+// Animates a parameter of the surface's shader, for all objects of that stem in the scene.
+void setParam(Shot& shot, std::string_view stem, const char* param, const Curve& value, size_t surface = 0);
+void setParamColour(Shot& shot, std::string_view stem, const Colour& colour); // Red, Green, Blue
+void setAmbient(Shot& shot, const Path& colour);                              // red, green, blue over time
 void setGlow(Shot& shot, const Curve& intensity, const Curve& radius);
 void film(Shot& shot, const Path& eye, const Path& target, const Curve& fovDegrees, const Curve& bankDegrees);
 void addLamp(Shot& shot, const char* name, const Colour& colour, float range, const Path& position,
              const Curve& intensity);
+// Shines along `towards`; `cone` and `edge` are half angles in degrees, the edge lies within the cone.
+struct SpotShape {
+    float range;
+    double cone, edge;
+};
+void addSpot(Shot& shot, const char* name, const Colour& colour, const SpotShape& shape, const Path& position,
+             const Path& towards, const Curve& intensity);
 void addDistantLight(Shot& shot, const char* name, const Colour& colour, double heading, double pitch,
                      const Curve& intensity);
 
 void movePosition(Shot& shot, QbExportMotion& motion, const Path& path);
 void moveRotation(Shot& shot, QbExportMotion& motion, const Path& degrees);
 void moveScale(Shot& shot, QbExportMotion& motion, const Path& factors);
+// Turns the object's +Z from `from` towards `to`.
+void moveAim(Shot& shot, QbExportMotion& motion, const Path& from, const Path& to);
 Curve constant(double value);
+Path constantVec(Vec value);
 
 // Both end the program with a message when a file cannot be written.
 void saveShot(const Shot& shot);

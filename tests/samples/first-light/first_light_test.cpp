@@ -37,9 +37,10 @@ int checkScene(const fs::path& path) {
     }
     // A light's colour times its intensity is kept in one byte a channel: above 1 it would wrap round.
     const QbLightInfo& lights = *scene->lightInfo;
-    if (lights.count(scene.get()) > 1)
+    if (lights.count(scene.get()) > 1) {
         EXPECT_EQ(lights.type(scene.get(), 1), 1)
             << "shaders take the second light for the spark's: " << path;
+    }
     for (int32_t i = 0; i < lights.count(scene.get()); i++)
         for (float time = 0; time <= 12000; time += 125) {
             float color[3];

@@ -65,6 +65,10 @@ Showing play() {
     return std::move(run);
 }
 
+int distance(const Color& a, const Color& b) {
+    return abs(a[0] - b[0]) + abs(a[1] - b[1]) + abs(a[2] - b[2]);
+}
+
 } // namespace
 
 TEST(FirstLight, PlaysFromItsFirstFrameToItsEnd) {
@@ -84,16 +88,17 @@ TEST(FirstLight, PlaysFromItsFirstFrameToItsEnd) {
     // tenth of what the scene shows remains. In between there is something to see.
     EXPECT_EQ(first.kept.at({0, 0}), Picture(first.kept.at({0, 0}).size()));
     for (const Color& color : first.kept.at({7, 19750}))
-        ASSERT_LE(abs(color[0] - 0x0E) + abs(color[1] - 0x0B) + abs(color[2] - 0x2A), 3 * 27);
+        ASSERT_LE(distance(color, {0x0E, 0x0B, 0x2A}), 3 * 27);
     // The same script gives the same pictures on every run, but for single pixels on edges that two bodies
-    // share: which of the two is drawn last hangs on where Irrlicht's textures lie in memory.
+    // share: which of the two is drawn last hangs on where Irrlicht's textures lie in memory. The glow
+    // spreads each of them over its surroundings, by a step or two.
     const Showing second = play();
     for (const auto& [moment, picture] : first.kept) {
         const std::set<Color> colors(picture.begin(), picture.end());
         EXPECT_TRUE(colors.size() > 200 || moment.second % 2000 != 1000) << moment.first;
         int different = 0;
         for (size_t i = 0; i < picture.size(); ++i)
-            different += picture[i] != second.kept.at(moment)[i] ? 1 : 0;
+            different += distance(picture[i], second.kept.at(moment)[i]) > 9 ? 1 : 0;
         EXPECT_LE(different, 20) << "part " << moment.first << " at " << moment.second;
     }
 }
