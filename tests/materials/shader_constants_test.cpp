@@ -66,19 +66,13 @@ TEST_F(ShaderConstants, AutomaticValuesReachBothPrograms) {
         {"WorldViewInverse", "float4x4 V", "mul(V, P)", {9.5F, 1, 2, 1}},
         // A program may declare a part of a matrix.
         {"WorldTranspose", "float3x3 V", "float4(mul(P.xyz, V), 0)", {4, 3, -4, 0}},
-        {"WorldTranspose", "float4x3 V", "float4(mul(P, V), 0)", {9, 9, 3, 0}},
         {"World", "float3x4 V", "float4(mul(V, P), 0)", {9, 9, 3, 0}},
         {"WorldTranspose", "float2x4 V", "mul(P.xy, V)", {0, 3, -4, 0}},
         {"WorldTranspose", "float4x4 V[2]", "mul(P, V[0]) + mul(P, V[1])", {9, 9, 3, 1}},
         {"ViewPosition", "float4 V", "V", {3, 4, -10, 1}},
-        {"ViewPosition", "int3 V", "float4(V, 0)", {3, 4, -10, 0}},
-        {"FrustrumFarCorners", "float3 V[4]", "float4(V[0], 0)", {-202, 101, 101, 0}},
-        {"FrustrumFarCorners", "float3 V[4]", "float4(V[1], 0)", {202, 101, 101, 0}},
-        {"FrustrumFarCorners", "float3 V[4]", "float4(V[2], 0)", {-202, -101, 101, 0}},
-        {"FrustrumFarCorners", "float3 V[4]", "float4(V[3], 0)", {202, -101, 101, 0}},
+        {"FrustrumFarCorners", "float3 V[4]", "float4(V[1], V[2].y)", {202, 101, 101, -101}},
         {"ZFarValue", "float V", "V", {101, 101, 101, 101}},
         {"ZFarValue", "float3 V", "float4(V, 1)", {101, 0, 0, 1}},
-        {"ZFarValue", "bool V", "V ? 1 : 2", {1, 1, 1, 1}},
         {"PixelSize", "float2 V = { 3, 4 }", "V.xyxy", {0, 0, 0, 0}},
         {"HalfPixelSize", "float2 V = { 3, 4 }", "V.xyxy", {0, 0, 0, 0}},
         {"LightPos0", "float4 V", "V", {1, 2, 3, 1}},
@@ -115,7 +109,7 @@ TEST_F(ShaderConstants, PlainValuesAndTimeFollowTheRecord) {
     draw(time);
     expectSeen({12.5F, 12.5F, 12.5F, 12.5F});
 
-    // Five floats of the caller: the array takes what it has room for.
+    // The array takes what it has room for of the caller's floats.
     QbIrrShader* array = probe("floatN V : 1,2,3,4", "float2 V[2] = { 7, 7, 7, 8 }", "float4(V[0], V[1])");
     draw(array);
     expectSeen({7, 7, 7, 8});
@@ -128,16 +122,6 @@ TEST_F(ShaderConstants, PlainValuesAndTimeFollowTheRecord) {
     expectSeen({1, 2, 3, 0});
 }
 
-TEST_F(ShaderConstants, MatrixWithoutAutomaticValueIsReportedOnce) {
-    const QbIrrShader* shader = probe("float4x4 V : 1,2", "float4x4 V", "mul(P, V)");
-    testing::internal::CaptureStdout();
-    draw(shader);
-    draw(shader);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "ERROR: Shader callback: real value not supported for 'V'\n");
-    expectSeen({0, 0, 0, 0});
-}
-
 TEST_F(ShaderConstants, MissingLightLeavesTheLastValue) {
     const QbIrrShader* shader = probe("float4 V : LightPos1", "float4 V", "V");
     draw(shader);
@@ -145,9 +129,6 @@ TEST_F(ShaderConstants, MissingLightLeavesTheLastValue) {
     qbLightHide(0);
     draw(shader);
     expectSeen({-1, -2, -3, 1});
-    const QbIrrShader* fresh = probe("float4 V : LightPos1", "float4 V", "V");
-    draw(fresh);
-    expectSeen({0, 0, 0, 0});
 }
 
 TEST_F(ShaderConstants, SurfaceParametersNeedTheMark) {
@@ -158,20 +139,17 @@ TEST_F(ShaderConstants, SurfaceParametersNeedTheMark) {
     first.params[2] = {9, {8, 8, 8}, 7, 0, nullptr};
     second.params[0] = {0, {1, 2, 3}, 0, 0, nullptr};
 
-    static const struct {
+    const struct {
         const char* name;
         Texel wanted;
-    } table[] = {
-        {"Surface_BaseColor", {0.25F, 0.5F, 0.75F, 0}},
-        {"Surface_Luminosity", {0.5F, 0, 0, 0}},
-        {"Surface_VertexNormal", {7, 0, 0, 0}},
-        {"Surface_Diffuse", {0, 0, 0, 0}},
-    };
+    } table[] = {{"BaseColor", {0.25F, 0.5F, 0.75F, 0}},
+                 {"Luminosity", {0.5F, 0, 0, 0}},
+                 {"VertexNormal", {7, 0, 0, 0}},
+                 {"Diffuse", {0, 0, 0, 0}}};
     for (const auto& row : table) {
         SCOPED_TRACE(row.name);
-        const QbIrrShader* shader =
-            probe(std::string("float V : ") + row.name, "float4 V = { 4, 4, 4, 4 }", "V");
-        video::SMaterial material = materialOf(shader);
+        video::SMaterial material =
+            materialOf(probe(std::string("float V : Surface_") + row.name, "float4 V = { 4, 4, 4, 4 }", "V"));
         draw(material);
         expectSeen({4, 4, 4, 4});
         qbSurfaceMarksClear();

@@ -1,17 +1,8 @@
 #include "fake_scene.h"
 
-#include <cstdio>
-
 std::map<std::string, FakeScene> fakeScenes;
 int fakeOpenScenes = 0;
-std::vector<std::string> fakeLog;
-bool fakeLogs = false;
-
-void fakeReset() {
-    fakeScenes.clear();
-    fakeLog.clear();
-    fakeLogs = false;
-}
+std::string fakeLog;
 
 namespace {
 
@@ -22,29 +13,19 @@ FakeScene& sceneOf(H h) {
     return *reinterpret_cast<FakeScene*>(h->impl);
 }
 
-FakeObject& objectOf(H h, int32_t i) {
-    return sceneOf(h).objects.at(static_cast<size_t>(i));
-}
-
-FakeLight& lightOf(H h, int32_t i) {
-    return sceneOf(h).lights.at(static_cast<size_t>(i));
-}
-
-FakeCamera& cameraOf(H h, int32_t i) {
-    return sceneOf(h).cameras.at(static_cast<size_t>(i));
-}
-
-FakeEmitter& emitterOf(H h, int32_t i) {
-    return sceneOf(h).emitters.at(static_cast<size_t>(i));
-}
-
-void log(const char* what, const char* more = "") {
-    if (fakeLogs) fakeLog.push_back(std::string(what) + more);
+template <class T>
+int32_t count(const std::vector<T>& items) {
+    return static_cast<int32_t>(items.size());
 }
 
 template <class T>
-T logged(const char* what, T answer) {
-    log(what);
+T& item(std::vector<T>& items, int32_t i) {
+    return items.at(static_cast<size_t>(i));
+}
+
+template <class T>
+T logged(char what, T answer) {
+    fakeLog += what;
     return answer;
 }
 
@@ -53,138 +34,129 @@ float* give(float* out, const FakeVector& value) {
     return out;
 }
 
-float* giveMotion(const char* item, float* out, const FakeMotion& motion, int32_t kind, float time) {
-    const char* name = kind == QB_ITEM_POSITION  ? " position"
-                       : kind == QB_ITEM_SCALING ? " scale"
-                                                 : " rotation";
-    log(item, name);
-    give(out, {});
-    if (kind == QB_ITEM_POSITION) {
-        give(out, motion.position);
-        out[0] += motion.speed * time;
-    }
-    if (kind == QB_ITEM_ROTATION_ALT) give(out, motion.rotation);
-    if (kind == QB_ITEM_SCALING) give(out, motion.scale);
+float* giveMotion(char what, float* out, const FakeMotion& motion, int32_t kind, float time) {
+    if (kind == QB_ITEM_ROTATION_ALT) return give(out, motion.rotation);
+    if (kind == QB_ITEM_SCALING) return give(out, motion.scale);
+    give(out, logged(what, motion.position));
+    out[0] += motion.speed * time;
     return out;
 }
 
-int32_t sizeOf(size_t size) {
-    return static_cast<int32_t>(size);
-}
-
 const QbSceneInfo SCENE_INFO = {
-    [](H h) { return sceneOf(h).firstFrame; },
-    [](H h) { return sceneOf(h).lastFrame; },
-    [](H h) { return sceneOf(h).framesPerSecond; },
-    [](H) { return uint32_t{1}; },
-    [](H h, float) { return logged("current camera", sceneOf(h).camera); },
+    [](H h) { return sceneOf(h).firstFrame; },      [](H h) { return sceneOf(h).lastFrame; },
+    [](H h) { return sceneOf(h).framesPerSecond; }, [](H) { return uint32_t{1}; },
+    [](H h, float) { return sceneOf(h).camera; },
 };
 
-const QbBackdropInfo BACKDROP_INFO = {
-    [](float* out, H h) { return give(out, sceneOf(h).zenith); },
-    [](float* out, H) { return out; },
-    [](float* out, H) { return out; },
-    [](float* out, H) { return out; },
-    [](float* out, H) { return out; },
-};
+float* giveNothing(float* out, H) {
+    return out;
+}
+const QbBackdropInfo BACKDROP_INFO = {[](float* out, H h) { return give(out, sceneOf(h).zenith); },
+                                      giveNothing, giveNothing, giveNothing, giveNothing};
 
+int32_t zero(H) {
+    return 0;
+}
 const QbProcessingInfo PROCESSING_INFO = {
-    [](H) { return 0; },
-    [](H) { return 0; },
-    [](H) { return 0; },
+    zero,
+    zero,
+    zero,
     [](H, float) { return 0.0F; },
-    [](H h) { return logged("glow", sceneOf(h).glow); },
-    [](H h, float) { return sceneOf(h).glowIntensity; },
-    [](H h, float) { return sceneOf(h).glowRadius; },
+    [](H h) { return logged('g', sceneOf(h).glow); },
+    [](H, float) { return 0.5F; },
+    [](H, float) { return 9.0F; },
 };
 
 void giveSurfaces(H h, int32_t i, QbSurfaceValues* out, int32_t capacity, float time) {
-    log("object surfaces");
-    for (int s = 0; s < std::min(objectOf(h, i).surfaceCount, capacity); s++) {
+    const int given = std::min(logged('s', item(sceneOf(h).objects, i).surfaceCount), capacity);
+    for (int s = 0; s < given; s++) {
         out[s] = {};
         out[s].params[1].color[0] = static_cast<float>(s) + time;
-        out[s].params[8].textureImage = objectOf(h, i).bump;
     }
 }
 
 const QbObjectInfo OBJECT_INFO = {
-    [](H h) { return sizeOf(sceneOf(h).objects.size()); },
-    [](H h, int32_t i) { return objectOf(h, i).name.c_str(); },
-    [](H h, int32_t i) { return objectOf(h, i).mesh.c_str(); },
+    [](H h) { return count(sceneOf(h).objects); },
+    [](H h, int32_t i) { return item(sceneOf(h).objects, i).name.c_str(); },
+    [](H h, int32_t i) { return item(sceneOf(h).objects, i).mesh.c_str(); },
     [](H h, int32_t i) -> const char* {
         static char buffer[256];
-        snprintf(buffer, sizeof buffer, "%s", objectOf(h, i).mesh.c_str());
+        snprintf(buffer, sizeof buffer, "%s", item(sceneOf(h).objects, i).mesh.c_str());
         return buffer;
     },
-    [](H h, int32_t i) { return objectOf(h, i).isNull ? 1 : 0; },
+    [](H h, int32_t i) { return item(sceneOf(h).objects, i).isNull ? 1 : 0; },
     [](H, int32_t) { return 2; },
     [](H, int32_t) { return 0; },
     [](float* out, H h, int32_t i, int32_t kind, float time) {
-        return giveMotion("object", out, objectOf(h, i).motion, kind, time);
+        return giveMotion('o', out, item(sceneOf(h).objects, i).motion, kind, time);
     },
     [](H, int32_t) { return 1; },
-    [](H, int32_t) { return logged("object transparency", 0.5F); },
-    [](H, int32_t) { return logged("object translucency", 0.0F); },
-    [](H h, int32_t i) { return objectOf(h, i).surfaceCount; },
+    [](H, int32_t) { return 0.5F; },
+    [](H, int32_t) { return 0.0F; },
+    [](H h, int32_t i) { return item(sceneOf(h).objects, i).surfaceCount; },
     giveSurfaces,
 };
 
 const QbLightInfo LIGHT_INFO = {
-    [](H h) { return sizeOf(sceneOf(h).lights.size()); },
-    [](float* out, H h, float) { return logged("ambient", give(out, sceneOf(h).ambient)); },
+    [](H h) { return count(sceneOf(h).lights); },
+    [](float* out, H h, float) { return give(out, logged('a', sceneOf(h).ambient)); },
     [](H, int32_t) { return ""; },
-    [](H h, int32_t i) { return logged("light type", lightOf(h, i).type); },
+    [](H h, int32_t i) { return logged('t', item(sceneOf(h).lights, i).type); },
     [](H, int32_t) { return 0; },
     [](H h, int32_t i, float* cone, float* edge, float) {
-        log("light cone");
-        *cone = lightOf(h, i).cone;
-        *edge = lightOf(h, i).edge;
+        *cone = 30.0F;
+        *edge = item(sceneOf(h).lights, i).edge;
     },
     [](H, int32_t) { return 0; },
-    [](H h, int32_t i, float time) { return logged("light range", lightOf(h, i).range + time); },
-    [](H h, int32_t i) { return lightOf(h, i).falloff; },
-    [](float* out, H h, int32_t i, float) { return logged("light color", give(out, lightOf(h, i).color)); },
-    [](H h, int32_t i, float) { return lightOf(h, i).intensity; },
+    [](H, int32_t, float time) { return 40.0F + time; },
+    [](H h, int32_t i) { return item(sceneOf(h).lights, i).falloff; },
+    [](float* out, H h, int32_t i, float) { return give(out, item(sceneOf(h).lights, i).color); },
+    [](H h, int32_t i, float) { return item(sceneOf(h).lights, i).intensity; },
     [](float* out, H, int32_t) { return out; },
     [](float* out, H h, int32_t i, int32_t kind, float time) {
-        return giveMotion("light", out, lightOf(h, i).motion, kind, time);
+        return giveMotion('l', out, {{}, item(sceneOf(h).lights, i).rotation}, kind, time);
     },
 };
 
 const QbCameraInfo CAMERA_INFO = {
-    [](H h) { return sizeOf(sceneOf(h).cameras.size()); },
+    [](H h) { return count(sceneOf(h).cameras); },
     [](H, int32_t) { return ""; },
     [](H h, int32_t i, float* horizontal, float* vertical, float) {
-        log("fov");
-        *horizontal = cameraOf(h, i).fov;
+        *horizontal = item(sceneOf(h).cameras, i).fov;
         *vertical = 1.0F;
     },
     [](H h, int32_t i, int32_t* enabled, float* focalDistance, float* fStop, float) {
-        log("depth of field");
-        *enabled = cameraOf(h, i).depthOfField;
-        *focalDistance = cameraOf(h, i).focalDistance;
-        *fStop = cameraOf(h, i).fStop;
+        const FakeCamera& camera = item(sceneOf(h).cameras, i);
+        *enabled = camera.depthOfField;
+        *focalDistance = camera.focalDistance;
+        *fStop = camera.fStop;
     },
     [](float* out, H h, int32_t i, int32_t kind, float time) {
-        return giveMotion("camera", out, cameraOf(h, i).motion, kind, time);
+        return giveMotion('c', out, item(sceneOf(h).cameras, i).motion, kind, time);
     },
 };
 
+float none(H, int32_t) {
+    return 0.0F;
+}
+float* origin(float* out, H, int32_t) {
+    return give(out, {});
+}
 const QbEmitterInfo EMITTER_INFO = {
-    [](H h) { return sizeOf(sceneOf(h).emitters.size()); },
-    [](H h, int32_t i) { return emitterOf(h, i).name.c_str(); },
-    [](H h, int32_t i) { return logged("emitter image", emitterOf(h, i).image); },
-    [](H, int32_t) { return 1.0F; },
-    [](float* out, H h, int32_t i) { return give(out, emitterOf(h, i).size); },
+    [](H h) { return count(sceneOf(h).emitters); },
+    [](H h, int32_t i) { return item(sceneOf(h).emitters, i).name.c_str(); },
+    [](H h, int32_t i) { return logged('i', item(sceneOf(h).emitters, i).image); },
+    none,
+    [](float* out, H h, int32_t i) { return give(out, item(sceneOf(h).emitters, i).size); },
     [](float* out, H h, int32_t i, int32_t kind, float time) {
-        return giveMotion("emitter", out, emitterOf(h, i).motion, kind, time);
+        return giveMotion('e', out, item(sceneOf(h).emitters, i).motion, kind, time);
     },
-    [](float* out, H, int32_t) { return logged("emitter velocity", give(out, {})); },
-    [](float* out, H, int32_t) { return logged("emitter gravity", give(out, {})); },
-    [](H, int32_t, float) { return logged("emitter birth rate", 0.0F); },
-    [](H, int32_t) { return 0.0F; },
-    [](H, int32_t) { return 0.0F; },
-    [](H, int32_t) { return logged("emitter limit", -1); },
+    origin,
+    origin,
+    [](H, int32_t, float) { return 0.0F; },
+    none,
+    none,
+    [](H, int32_t) { return -1; },
 };
 
 } // namespace

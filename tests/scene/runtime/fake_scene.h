@@ -1,6 +1,7 @@
 #pragma once
 
 #include "scene/format/tables.h"
+#include "stage.h"
 
 #include <array>
 #include <map>
@@ -20,22 +21,18 @@ struct FakeMotion {
 };
 
 struct FakeObject {
-    std::string name;
-    std::string mesh;
+    std::string name, mesh;
     bool isNull = false;
     FakeMotion motion{};
-    int surfaceCount = 0;       // surface s has the value s + time in slot 1 ("Luminosity")
-    const char* bump = nullptr; // image of each surface's bump slot
+    int surfaceCount = 0; // surface s has the value s + time in slot 1 ("Luminosity")
 };
 
 struct FakeLight {
     int type = 1;
-    FakeMotion motion{};
+    FakeVector rotation{};
     FakeVector color{1.0F, 1.0F, 1.0F};
-    float intensity = 1.0F;
-    float cone = 30.0F, edge = 5.0F;
+    float intensity = 1.0F, edge = 5.0F; // the cone has 30 degrees
     int falloff = 0;
-    float range = 0.0F;
 };
 
 struct FakeCamera {
@@ -53,10 +50,7 @@ struct FakeEmitter {
 };
 
 struct FakeScene {
-    int firstFrame = 0, lastFrame = 0, framesPerSecond = 25;
-    int camera = 0;
-    int glow = 0;
-    float glowIntensity = 0.0F, glowRadius = 0.0F;
+    int firstFrame = 0, lastFrame = 0, framesPerSecond = 25, camera = 0, glow = 0;
     FakeVector zenith{}, ambient{};
     std::vector<FakeObject> objects;
     std::vector<FakeLight> lights;
@@ -66,7 +60,15 @@ struct FakeScene {
 
 extern std::map<std::string, FakeScene> fakeScenes;
 extern int fakeOpenScenes; // opened and not closed
-// What the tables were asked, in order, while `fakeLogs` is set.
-extern std::vector<std::string> fakeLog;
-extern bool fakeLogs;
-void fakeReset();
+// What the tables were asked: (g)low, (a)mbient, the position of a (c)amera, (l)ight, (e)mitter, (o)bject,
+// (s)urfaces, (t)ype of a light, (i)mage of an emitter.
+extern std::string fakeLog;
+
+class FakeStage : public Stage {
+protected:
+    void TearDown() override {
+        Stage::TearDown();
+        EXPECT_EQ(fakeOpenScenes, 0);
+        fakeScenes.clear();
+    }
+};

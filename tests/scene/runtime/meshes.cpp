@@ -1,7 +1,7 @@
 #include "meshes.h"
 
 // Its eight corners all look along -Z: right for light on the front alone.
-std::string boxMesh(float edge, const std::string& diffuse) {
+std::string boxMesh(float edge) {
     static const std::string FACES = "6;\n4;0,2,3,1;,\n4;5,7,6,4;,\n4;4,6,2,0;,\n4;1,3,7,5;,\n"
                                      "4;2,6,7,3;,\n4;4,0,1,5;;\n";
     std::string vertices;
@@ -15,8 +15,8 @@ std::string boxMesh(float edge, const std::string& diffuse) {
         normals += std::string("0.0;0.0;-1.0;") + end;
     }
     return "xof 0303txt 0032\nMesh box {\n8;\n" + vertices + FACES + "MeshNormals {\n8;\n" + normals + FACES +
-           "}\nMeshMaterialList {\n1;\n6;\n0,\n0,\n0,\n0,\n0,\n0;\nMaterial paint {\n" + diffuse +
-           ";1.0;;\n0.0;\n0.0;0.0;0.0;;\n0.0;0.0;0.0;;\n}\n}\n}\n";
+           "}\nMeshMaterialList {\n1;\n6;\n0,\n0,\n0,\n0,\n0,\n0;\nMaterial paint {\n1.0;1.0;1.0;1.0;;\n"
+           "0.0;\n0.0;0.0;0.0;;\n0.0;0.0;0.0;;\n}\n}\n}\n";
 }
 
 std::string slidingMesh() {
