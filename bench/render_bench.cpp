@@ -306,7 +306,8 @@ int timedCreate() {
 }
 
 bool openEngine(const Options& options) {
-    static const QbRendererOps timed = {timedCreate, qbRendererOps()->drawFrame, qbRendererOps()->free};
+    static const QbRendererOps timed = {timedCreate, qbRendererOps()->drawFrame, qbRendererOps()->free,
+                                        nullptr};
     qbEngineSetRenderer(&timed);
     const QbSetup setup = setupOf(options);
     return qbEngineOpen(&setup) == 0;

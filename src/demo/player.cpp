@@ -232,6 +232,7 @@ int qbDemoRun(const char* path, int shadersEnabled) {
     if (!demo) return -1;
     const int result = qbDemoLoad(demo.get(), path, shadersEnabled);
     if (result == 0) {
+        qbEngineWarmUp();
         qbEngineSleep(START_PAUSE);
         qbDemoPlay(demo.get());
     }

@@ -266,6 +266,10 @@ void qbEngineDrawFrame() {
         qbFrameDrawPlain();
 }
 
+void qbEngineWarmUp() {
+    if (engine.device && rendererCreated && renderer->warmUp) renderer->warmUp();
+}
+
 void qbEngineSetBackground(uint32_t color) {
     backgroundColor = color;
 }

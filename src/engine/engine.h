@@ -64,11 +64,13 @@ struct QbSetup {
 };
 
 // The renderer, as the engine sees it. `create` 0 or -1; `drawFrame` draws one whole frame and ends it with
-// qbEngineEndScene; `free` follows a `create` of either result, and may be called without any.
+// qbEngineEndScene; `free` follows a `create` of either result, and may be called without any. `warmUp` draws
+// all objects once, unseen; null when there is nothing to warm.
 struct QbRendererOps {
     int (*create)();
     void (*drawFrame)();
     void (*free)();
+    void (*warmUp)();
 };
 
 // --- device ---------------------------------------------------------------------------------------------
@@ -92,6 +94,9 @@ void qbEngineRestore();
 // --- frame ----------------------------------------------------------------------------------------------
 
 void qbEngineDrawFrame();
+// Draws everything that is loaded once, hidden or not, without showing it: what the driver compiles and
+// uploads at the first use of a shader or a texture shall not hold up the show. For the end of loading.
+void qbEngineWarmUp();
 void qbEngineSetBackground(uint32_t color); // 0xRRGGBB
 uint32_t qbEngineBackground();
 void qbEngineSetGlow(int32_t enabled, float intensity, float radius);

@@ -209,15 +209,54 @@ static bool valueOf(const QbIrrShader& shader, const QbShaderVariable& variable,
 
 // --- The walk --------------------------------------------------------------------------------------------
 
-MyShaderCallBack::MyShaderCallBack(QbIrrShader* shader) : shader_(shader) {}
+// The numbers stand behind the bits of 2.0, beside those of surfaces, which stand behind 1.0.
+static const uint32_t RECORD_BASE = 0x40000000;
+
+static std::vector<QbIrrShader*> records; // by number - 1; null for those that are gone
+static std::vector<MyShaderCallBack*> started;
+
+MyShaderCallBack::MyShaderCallBack(std::string key) : key_(std::move(key)) {}
 
 MyShaderCallBack::~MyShaderCallBack() {
-    if (program_) qbIrrShaderFree(shader_);
+    for (QbIrrShader* shader : records_) {
+        records[shader->number - 1] = nullptr;
+        qbIrrShaderFree(shader);
+    }
+    while (!records.empty() && !records.back())
+        records.pop_back();
+    started.erase(std::remove(started.begin(), started.end(), this), started.end());
 }
 
-void MyShaderCallBack::adopt(QbIrrShader* shader, QbGpuProgramPtr program) {
-    shader_ = shader;
+MyShaderCallBack* MyShaderCallBack::find(const std::string& key) {
+    const auto found =
+        std::find_if(started.begin(), started.end(), [&](const auto* one) { return one->key_ == key; });
+    return found == started.end() ? nullptr : *found;
+}
+
+void MyShaderCallBack::start(int materialType, QbGpuProgramPtr program) {
+    materialType_ = materialType;
     program_ = std::move(program);
+    started.push_back(this);
+}
+
+void MyShaderCallBack::adopt(QbIrrShader* shader) {
+    records_.push_back(shader);
+    records.push_back(shader);
+    shader->number = static_cast<uint32_t>(records.size());
+    shader->materialType = materialType_;
+    shader->program = program_.get();
+}
+
+void MyShaderCallBack::choose(const QbIrrShader* shader, video::SMaterial* material) {
+    const uint32_t bits = RECORD_BASE + shader->number;
+    memcpy(&material->MaterialTypeParam2, &bits, sizeof bits);
+}
+
+// Marked materials carry the number of a surface instead: their shaders have one record.
+const QbIrrShader& MyShaderCallBack::recordOfDraw() const {
+    const uint32_t index = lastNumber - RECORD_BASE - 1;
+    const QbIrrShader* shader = index < records.size() ? records[index] : nullptr;
+    return shader && shader->program == program_.get() ? *shader : *records_.front();
 }
 
 // Told once a shader: at each draw it would bring a show to a stop.
@@ -232,9 +271,10 @@ static void reportMatrices(const QbIrrShader& shader) {
 
 void MyShaderCallBack::findTargets() {
     targetsFound_ = true;
-    reportMatrices(*shader_);
-    for (int i = 0; i < shader_->variableCount; ++i) {
-        const QbShaderVariable& variable = shader_->variables[i];
+    const QbIrrShader& shader = *records_.front();
+    reportMatrices(shader);
+    for (int i = 0; i < shader.variableCount; ++i) {
+        const QbShaderVariable& variable = shader.variables[i];
         Target& target = targets_[static_cast<size_t>(i)];
         if (variable.toVertex)
             target.vertex = qbGpuConstantFind(program_.get(), QB_GPU_VERTEX, variable.name);
@@ -242,12 +282,17 @@ void MyShaderCallBack::findTargets() {
     }
 }
 
-void MyShaderCallBack::sendHighLevel(video::IMaterialRendererServices* services) {
-    for (int i = 0; i < shader_->variableCount; ++i) {
+void MyShaderCallBack::bindCubeMaps(const QbIrrShader& shader) {
+    for (int i = 0; i < QB_SHADER_TEXTURES_MAX; ++i)
+        qbGpuProgramSetCubeMap(program_.get(), i, shader.textures[i].cubeMap);
+}
+
+void MyShaderCallBack::sendHighLevel(const QbIrrShader& shader, video::IMaterialRendererServices* services) {
+    for (int i = 0; i < shader.variableCount; ++i) {
         const Target& target = targets_[static_cast<size_t>(i)];
         Value value;
         if ((target.vertex < 0 && target.pixel < 0) ||
-            !valueOf(*shader_, shader_->variables[i], services->getVideoDriver(), &value))
+            !valueOf(shader, shader.variables[i], services->getVideoDriver(), &value))
             continue;
         qbGpuConstantSend(program_.get(), target.vertex, value.floats, value.length);
         qbGpuConstantSend(program_.get(), target.pixel, value.floats, value.length);
@@ -260,12 +305,12 @@ static void sendRegisters(const QbShaderVariable& variable, const float* floats,
     if (variable.toPixel) services->setPixelShaderConstant(floats, first, count);
 }
 
-void MyShaderCallBack::sendAssembly(video::IMaterialRendererServices* services) {
-    for (int i = 0; i < shader_->variableCount; ++i) {
-        const QbShaderVariable& variable = shader_->variables[i];
+static void sendAssembly(const QbIrrShader& shader, video::IMaterialRendererServices* services) {
+    for (int i = 0; i < shader.variableCount; ++i) {
+        const QbShaderVariable& variable = shader.variables[i];
         Value value;
         if ((!variable.toVertex && !variable.toPixel) ||
-            !valueOf(*shader_, variable, services->getVideoDriver(), &value))
+            !valueOf(shader, variable, services->getVideoDriver(), &value))
             continue;
         const int first = static_cast<int>(variable.firstRegister);
         const int count = std::min(value.registers, QB_SHADER_REGISTERS - first);
@@ -289,11 +334,13 @@ void MyShaderCallBack::OnSetMaterial(const video::SMaterial& material) {
 }
 
 void MyShaderCallBack::OnSetConstants(video::IMaterialRendererServices* services, s32) {
-    if (!program_) return;
+    if (records_.empty()) return;
     if (!targetsFound_) findTargets();
+    const QbIrrShader& shader = recordOfDraw();
+    bindCubeMaps(shader);
     qbGpuProgramUse(program_.get(), services, lastEmptyLayers);
-    if (shader_->highLevel)
-        sendHighLevel(services);
+    if (shader.highLevel)
+        sendHighLevel(shader, services);
     else
-        sendAssembly(services);
+        sendAssembly(shader, services);
 }

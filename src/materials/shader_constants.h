@@ -5,17 +5,26 @@
 
 #include <array>
 #include <irrlicht/irrlicht.h>
+#include <string>
+#include <vector>
 
 // Sends the variables of a shader's record at each draw: plain values from the record, automatic ones worked
 // out from camera, lights and surface of that draw. docs/shader-annotations.md lists them. Irrlicht holds it
-// with the material type.
+// with the material type, which all records of one text share: the number in MaterialTypeParam2 says whose
+// values a draw takes.
 class MyShaderCallBack : public irr::video::IShaderConstantSetCallBack {
 public:
-    // Reads the record, and owns nothing until it adopts.
-    explicit MyShaderCallBack(QbIrrShader* shader);
+    // `key` stands for the text.
+    explicit MyShaderCallBack(std::string key);
     ~MyShaderCallBack() override;
-    // From here on owns both: they go with the material type.
-    void adopt(QbIrrShader* shader, QbGpuProgramPtr program);
+    // The callback of a text that has a material type; null without one.
+    static MyShaderCallBack* find(const std::string& key);
+    // The type and program of its records, from now on its own.
+    void start(int materialType, QbGpuProgramPtr program);
+    // Owns the record from here on: it goes with the material type. Numbers it and tells it type and program.
+    void adopt(QbIrrShader* shader);
+    // Writes whose values the material's draws take.
+    static void choose(const QbIrrShader* shader, irr::video::SMaterial* material);
     void OnSetMaterial(const irr::video::SMaterial& material) override;
     void OnSetConstants(irr::video::IMaterialRendererServices* services, irr::s32 userData) override;
 
@@ -24,11 +33,14 @@ private:
         int vertex = -1, pixel = -1; // constants of the program
     };
     void findTargets();
-    void sendHighLevel(irr::video::IMaterialRendererServices* services);
-    void sendAssembly(irr::video::IMaterialRendererServices* services);
+    const QbIrrShader& recordOfDraw() const;
+    void bindCubeMaps(const QbIrrShader& shader);
+    void sendHighLevel(const QbIrrShader& shader, irr::video::IMaterialRendererServices* services);
 
-    QbIrrShader* shader_;
-    QbGpuProgramPtr program_; // null until adopted
+    std::string key_;
+    int materialType_ = -1;
+    QbGpuProgramPtr program_;           // null until started
+    std::vector<QbIrrShader*> records_; // of one text, so of the same variables
     bool targetsFound_ = false;
     std::array<Target, QB_SHADER_VARIABLES_MAX> targets_;
 };

@@ -6,6 +6,7 @@
 // entry points, base material, textures, and where the value of each constant comes from.
 // docs/shader-annotations.md is the reference for authors.
 
+class ITextureCUBE;
 class QbGpuProgram;
 
 enum {
@@ -78,6 +79,7 @@ struct QbShaderTexture {
     uint32_t used;                          // 1 when declared
     uint32_t cube;                          // 1 for a cube map
     char name[QB_SHADER_TEXTURE_NAME_SIZE]; // a file, or a channel of the surface
+    const ITextureCUBE* cubeMap;            // bound at each draw; null: none
 };
 
 // A statement of an unknown type leaves a slot with an empty name and no target, which counts but is never
@@ -107,6 +109,7 @@ struct QbIrrShader {
     uint32_t baseMaterial;                // QbShaderBaseMaterial
     int32_t materialType;                 // given by Irrlicht; -1 until then
     QbGpuProgram* program;                // the material's; null until then
+    uint32_t number;                      // of the record among all that have a material type; 0 until then
     float time;                           // seconds
     QbShaderTexture textures[QB_SHADER_TEXTURES_MAX]; // by material layer
     int32_t variableCount;                            // used entries of `variables`

@@ -69,25 +69,41 @@ static QbGpuSource sourceOf(const QbIrrShader& shader) {
     return source;
 }
 
+// All that the program is made of.
+static std::string keyOf(const QbIrrShader& shader) {
+    std::string key = shader.highLevel ? "hlsl" : "assembly";
+    for (const char* part : {shader.vertexMain, shader.pixelMain, static_cast<const char*>(shader.vertexText),
+                             static_cast<const char*>(shader.pixelText)})
+        key.append(1, '\0').append(part);
+    return key + static_cast<char>(shader.baseMaterial);
+}
+
+// Irrlicht holds the callback with its new material type. Null after a message.
+static MyShaderCallBack* compile(const QbIrrShader& shader, const std::string& key) {
+    auto* callback = new MyShaderCallBack(key);
+    QbGpuProgramPtr program;
+    std::string errors;
+    const int type = qbGpuProgramCreate(sourceOf(shader), callback, &program, &errors);
+    if (type >= 0)
+        callback->start(type, std::move(program));
+    else
+        reportFailure(shader, errors);
+    callback->drop();
+    return type >= 0 ? callback : nullptr;
+}
+
 int qbIrrShaderSetupGpuMaterial(QbIrrShader* shader) {
     if (!shader->vertexText || !shader->pixelText) {
         qbMessage("%s: the shader has no text any more to compile", shader->vertexFile);
         return -1;
     }
-    MyShaderCallBack* callback = new MyShaderCallBack(shader);
-    QbGpuProgramPtr program;
-    std::string errors;
-    const int type = qbGpuProgramCreate(sourceOf(*shader), callback, &program, &errors);
-    if (type >= 0) {
-        shader->materialType = type;
-        shader->program = program.get();
-        callback->adopt(shader, std::move(program));
-        qbShaderTextsFree(shader);
-    } else {
-        reportFailure(*shader, errors);
-    }
-    callback->drop();
-    return type >= 0 ? 0 : -1;
+    const std::string key = keyOf(*shader);
+    MyShaderCallBack* callback = MyShaderCallBack::find(key);
+    if (!callback) callback = compile(*shader, key);
+    if (!callback) return -1;
+    callback->adopt(shader);
+    qbShaderTextsFree(shader);
+    return 0;
 }
 
 static bool isBlended(uint32_t baseMaterial) {
@@ -102,10 +118,10 @@ void qbShaderApply(const QbIrrShader* shader, video::SMaterial* material) {
     // material names an operation.
     material->BlendOperation = isBlended(shader->baseMaterial) ? video::EBO_ADD : video::EBO_NONE;
     material->MaterialType = static_cast<video::E_MATERIAL_TYPE>(shader->materialType);
+    MyShaderCallBack::choose(shader, material);
     qbGpuProgramApplySampling(shader->program, material);
 }
 
 void qbShaderSetCubeMap(QbIrrShader* shader, int slot, const ITextureCUBE* texture) {
-    if (shader->program && slot < QB_SHADER_TEXTURES_MAX)
-        qbGpuProgramSetCubeMap(shader->program, slot, texture);
+    if (slot >= 0 && slot < QB_SHADER_TEXTURES_MAX) shader->textures[slot].cubeMap = texture;
 }

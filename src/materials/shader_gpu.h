@@ -11,13 +11,15 @@ class SMaterial;
 class ITextureCUBE;
 struct QbIrrShader;
 
-// Compiles the texts, stores the material type and frees the texts. Once, after a successful create. From
-// then on the record belongs to the material type and goes with the device. On failure -1, after a message
-// with file, line, column and reason of each error; the record stays the caller's and keeps its texts.
+// Compiles the texts, stores the material type and frees the texts. Records of the same texts share one
+// material type, each with its own values. Once, after a successful create. From then on the record belongs
+// to the material type and goes with the device. On failure -1, after a message with file, line, column and
+// reason of each error; the record stays the caller's and keeps its texts.
 int qbIrrShaderSetupGpuMaterial(QbIrrShader* shader);
 
-// Makes a material one of this shader's: its type, its blending, and the filters and address modes of its
-// samplers. Layers' textures and all other fields stay.
+// Makes a material one of this shader's: its type, its blending, the filters and address modes of its
+// samplers, and in MaterialTypeParam2 the record whose values its draws take. Layers' textures and all other
+// fields stay.
 void qbShaderApply(const QbIrrShader* shader, irr::video::SMaterial* material);
 
 // A cube map for a texture slot, 0 to QB_SHADER_TEXTURES_MAX - 1, bound whenever the shader is drawn.

@@ -9,6 +9,7 @@
 #include "scene/runtime/objects.h"
 
 #include <algorithm>
+#include <deque>
 #include <utility>
 #include <vector>
 
@@ -192,11 +193,10 @@ static void present(QbEngine* engine, QbLppState* state) {
     beginPass(QB_PASS_END);
 }
 
-void qbRendererDrawFrame(QbEngine* engine, QbLppState* state) {
+// Everything up to the picture in sceneRTT.
+static void drawPicture(QbEngine* engine, QbLppState* state) {
     // Counted references: the scene manager takes and gives back one each frame, and this one stays.
     static Passes* const passes = new Passes();
-    beginPass(QB_PASS_PREPARE);
-    engine->driver->beginScene(true, true, video::SColor(qbEngineBackground() | 0xFF000000));
     passes->begin(engine, state);
     engine->smgr->setLightManager(passes);
     engine->smgr->drawAll();
@@ -204,8 +204,54 @@ void qbRendererDrawFrame(QbEngine* engine, QbLppState* state) {
     video::SOverrideMaterial& override = engine->driver->getOverrideMaterial();
     override.EnableFlags = 0;
     override.EnablePasses = 0;
+}
+
+void qbRendererDrawFrame(QbEngine* engine, QbLppState* state) {
+    beginPass(QB_PASS_PREPARE);
+    engine->driver->beginScene(true, true, video::SColor(qbEngineBackground() | 0xFF000000));
+    drawPicture(engine, state);
     beginPass(QB_PASS_POST);
     qbLppPostProcess(engine, state);
     present(engine, state);
     qbEngineEndScene();
+}
+
+// --- warming up -----------------------------------------------------------------------------------------
+
+namespace {
+
+// Shows a node wherever it stands, and puts it back at the end.
+class Unhidden {
+public:
+    explicit Unhidden(scene::ISceneNode* node)
+        : node_(node), visible_(node->isVisible()), culling_(node->getAutomaticCulling()) {
+        node->setVisible(true);
+        node->setAutomaticCulling(scene::EAC_OFF);
+    }
+    Unhidden(const Unhidden&) = delete;
+    Unhidden& operator=(const Unhidden&) = delete;
+    ~Unhidden() {
+        node_->setVisible(visible_);
+        node_->setAutomaticCulling(culling_);
+    }
+
+private:
+    scene::ISceneNode* node_;
+    bool visible_;
+    u32 culling_;
+};
+
+} // namespace
+
+void qbRendererWarmUp(QbEngine* engine, QbLppState* state) {
+    std::deque<Unhidden> shown;
+    for (int id = 0; id < qbIdListCapacity(engine->objects); ++id) {
+        auto* object = static_cast<QbObjectRec*>(qbIdListGet(engine->objects, id));
+        if (scene::ISceneNode* node = qbObjectActiveNode(object)) shown.emplace_back(node);
+    }
+    drawPicture(engine, state);
+    qbTargetSet(state->lightRTT, false);
+    qbLppWarmUpLights(engine, state);
+    qbLppGlow(engine, state);
+    qbTargetSetWindow();
 }

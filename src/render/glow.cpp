@@ -17,7 +17,7 @@ static void blur(QbEngine* engine, QbLppState* state, QbIrrShader* shader, video
 }
 
 // Each pass covers its target entirely: none is cleared.
-static void qbLppGlow(QbEngine* engine, QbLppState* state) {
+void qbLppGlow(QbEngine* engine, QbLppState* state) {
     video::ITexture* a = state->halfScreen[0];
     video::ITexture* b = state->halfScreen[1];
     qbTargetSet(a, false);

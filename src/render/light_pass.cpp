@@ -121,3 +121,8 @@ void qbLppLightPass(QbEngine* engine, QbLppState* state, const core::array<scene
         qbTargetScissorOff();
     }
 }
+
+void qbLppWarmUpLights(QbEngine* engine, QbLppState* state) {
+    for (const QbIrrShader* shader : state->lightPass)
+        qbLppDrawQuad(engine, state->screenQuad, shader);
+}

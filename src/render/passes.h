@@ -16,10 +16,14 @@ struct QbLppState;
 void qbLppLightPass(QbEngine* engine, QbLppState* state,
                     const irr::core::array<irr::scene::ISceneNode*>& lights);
 
+// Draws each kind of light once, whatever it lights.
+void qbLppWarmUpLights(QbEngine* engine, QbLppState* state);
+
 // --- glow.cpp ---
 
 // Glow and depth of field over sceneRTT, as far as they are switched on.
 void qbLppPostProcess(QbEngine* engine, QbLppState* state);
+void qbLppGlow(QbEngine* engine, QbLppState* state);
 
 // --- screen_quad.cpp ---
 

@@ -64,5 +64,8 @@ void qbRendererFree(QbEngine* engine, QbLppState* state);
 // One frame, to the window.
 void qbRendererDrawFrame(QbEngine* engine, QbLppState* state);
 
+// Draws all objects once through all passes, hidden or not, without showing them.
+void qbRendererWarmUp(QbEngine* engine, QbLppState* state);
+
 // The state of the open engine's renderer; null without one.
 QbLppState* qbRendererState();

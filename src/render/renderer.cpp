@@ -23,7 +23,11 @@ static void freeState() {
     state = nullptr;
 }
 
+static void warmUp() {
+    qbRendererWarmUp(qbEngineGet(), state);
+}
+
 const QbRendererOps* qbRendererOps() {
-    static const QbRendererOps operations = {create, drawFrame, freeState};
+    static const QbRendererOps operations = {create, drawFrame, freeState, warmUp};
     return &operations;
 }

@@ -204,6 +204,7 @@ int qbSceneView(const char* path, const QbViewOptions* options) {
         if (qbSceneSaveBinary(VIEW_SLOT, output.c_str()) != 0)
             qbMessage("Failed to save scene to binary %s", output.c_str());
     }
+    qbEngineWarmUp();
     play(options);
     return 0;
 }

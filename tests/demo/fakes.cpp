@@ -41,6 +41,7 @@ int qbEngineIsOver() {
 FAKE(int, qbEngineTime, (), fakes.clock)
 FAKE(void, qbEngineDrawFrame, (), record("draw"))
 FAKE(void, qbEngineSleep, (int milliseconds), record("sleep", milliseconds))
+FAKE(void, qbEngineWarmUp, (), record("warm up"))
 FAKE(void, qbCameraSetRange, (float near, float far), record("range", near, far))
 FAKE(void, qbFaderIn, (int32_t length, uint32_t color), record("fadeIn", length, color))
 FAKE(void, qbFaderOut, (int32_t length, uint32_t color), record("fadeOut", length, color))

@@ -70,14 +70,15 @@ TEST_F(DeviceTest, LeavesTheFrameToTheRendererAndStaysOnItsFeetWhenItFails) {
     static int result;
     static std::string calls;
     const QbRendererOps ops = {[] { return calls += "create ", result; }, [] { calls += "draw "; },
-                               [] { calls += "free "; }};
+                               [] { calls += "free "; }, [] { calls += "warm "; }};
     const Messages messages;
     qbEngineSetRenderer(&ops);
     for (result = 0; result >= -1; --result) {
         EXPECT_EQ(qbEngineOpen(&setup), result);
+        qbEngineWarmUp();
         qbEngineDrawFrame();
     }
-    EXPECT_EQ(calls, "create draw free create free ");
+    EXPECT_EQ(calls, "create warm draw free create free ");
     EXPECT_EQ(messages.texts(), std::vector<std::string>{"fails to create renderer"});
     EXPECT_EQ(qbEngineIsOver(), 1);
     for (const auto act :

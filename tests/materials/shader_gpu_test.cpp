@@ -117,6 +117,22 @@ TEST_F(ShaderGpu, ALayerHoldsOneKindForBothPrograms) {
                                     "layer 0: give one of them another register"});
 }
 
+// One program, but the values are those of each record.
+TEST_F(ShaderGpu, RecordsOfOneTextShareTheirProgram) {
+    const std::string text = "//[QUAB_BEGIN]\n//float Grey : 0; pixel\n//[QUAB_END]\nfloat Grey;\n"
+                             "float4 vertexMain(float4 p : POSITION) : POSITION { return p; }\n"
+                             "float4 pixelMain() : COLOR0 { return Grey; }\n";
+    QbIrrShader* const shaders[] = {load(text), load(text), load(text + "// another")};
+    EXPECT_EQ(shaders[0]->materialType, shaders[1]->materialType);
+    EXPECT_NE(shaders[0]->materialType, shaders[2]->materialType);
+    for (size_t i = 0; i < 3; ++i)
+        qbShaderSetFloat(shaders[i], "Grey", 0.25F * static_cast<float>(i + 1));
+    for (const size_t i : {0, 1, 2, 1, 0}) {
+        draw(shaders[i]);
+        EXPECT_EQ(at(4, 4)[0], 0.25F * static_cast<float>(i + 1)) << i;
+    }
+}
+
 // An empty layer is black, whatever the draw before left on its unit.
 TEST_F(ShaderGpu, EmptyLayersSampleNothing) {
     const std::string vertex = "float4 vertexMain(float4 p : POSITION) : POSITION { return p; }\n";

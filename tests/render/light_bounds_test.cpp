@@ -62,8 +62,7 @@ TEST(SphereBounds, LeavesNoPointOfAnySphereOut) {
             const core::vector2di pixel(static_cast<s32>(x * width), static_cast<s32>(y * height));
             ASSERT_TRUE(pixel.X >= pixels.UpperLeftCorner.X && pixel.X < pixels.LowerRightCorner.X &&
                         pixel.Y >= pixels.UpperLeftCorner.Y && pixel.Y < pixels.LowerRightCorner.Y)
-                << "sphere at " << center.X << ", " << center.Y << ", " << center.Z << " of radius " << radius
-                << ", pixel " << pixel.X << ", " << pixel.Y;
+                << "sphere " << i << ", pixel " << pixel.X << ", " << pixel.Y;
             ++seen;
         }
     }

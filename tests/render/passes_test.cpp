@@ -1,21 +1,14 @@
 // The targets of each pass against the formulas on the CPU. A pass is judged by what the pass before it left
 // in its targets, so that roundings do not add up and the tolerance can be narrow.
 
-#include "render/reference/glow.h"
-#include "render/reference/lighting.h"
 #include "render/reference/raycast.h"
-#include "render/reference/surface.h"
 #include "render/stage.h"
 
+#include "engine/lights.h"
 #include "engine/render_target.h"
-#include "materials/shader_file.h"
-#include "materials/shader_gpu.h"
-
-#include <sstream>
 
 using namespace irr;
 using core::vector3df;
-using video::SColorf;
 
 // Half a step for the target's own rounding, and up to one and a half for what a GPU may round before: each
 // source to 8 bits ahead of its blending, a filter's weights, a vertex to 1/256 pixel.
@@ -23,6 +16,7 @@ static const double TOLERANCE = 2.0 / 255 + 1e-6;
 // Of a depth: 11 bits of mantissa, and as much again for a vertex that moves by 1/256 pixel.
 static const double DEPTH_TOLERANCE = 1.0 / 1024;
 static const double FAR = 1000;
+static int width = 97, height = 61; // of the picture; odd, so that the half targets are rounded
 
 // --- maps -----------------------------------------------------------------------------------------------
 
@@ -63,11 +57,6 @@ static uint32_t texelOf(const Map& map, int x, int y) {
 
 // --- surfaces -------------------------------------------------------------------------------------------
 
-static bool hasMaps(const QbSurfaceValues& values) {
-    return std::any_of(values.params, values.params + QB_SURFACE_GLOSSINESS + 1,
-                       [](const QbSurfaceParamValue& param) { return param.textureImage; });
-}
-
 namespace {
 
 // What one pass reads of a surface, in the order of its layers; beyond the fourth there is only black.
@@ -90,9 +79,9 @@ struct Inputs {
 
 static QbRef4 normalTexel(Inputs in, const QbRefPoint& point) {
     const std::optional<QbRef3> bump = in.map(QB_SURFACE_BUMP);
-    const QbRef3 normal = qbRefShadingNormal(point.axes, bump, in.value(QB_SURFACE_BUMP));
+    const QbRef2 normal = qbRefEncodeNormal(qbRefShadingNormal(point.axes, bump, in.value(QB_SURFACE_BUMP)));
     const double specularity = in.mapOrValue(QB_SURFACE_SPECULARITY);
-    return qbRefNormalTexel(normal, specularity, in.mapOrValue(QB_SURFACE_GLOSSINESS));
+    return {normal.x, normal.y, specularity, in.mapOrValue(QB_SURFACE_GLOSSINESS)};
 }
 
 // Nothing at the image's seam.
@@ -106,8 +95,7 @@ static std::optional<QbRefReflection> reflectionAt(Inputs& in, const QbRefPoint&
     QbRef3 normal = point.worldAxes.normal;
     if (bump) normal = qbRefReflectionNormal(point.worldAxes, *bump, in.value(QB_SURFACE_BUMP));
     const QbRef3 ray = qbRefReflectedRay(point.toCamera, normal);
-    const double seam = in.value(QB_SURFACE_REFLECTION_SEAM_ANGLE);
-    const QbRef2 uv = bump ? qbRefReflectionUvWithNormalMap(ray, seam) : qbRefReflectionUv(ray, seam);
+    const QbRef2 uv = qbRefReflectionUv(ray, in.value(QB_SURFACE_REFLECTION_SEAM_ANGLE), bump.has_value());
     if (isAtEnd(uv)) return {};
     if (hasImage) reflection.imageTexel = sample("sky", uv);
     return reflection;
@@ -134,15 +122,6 @@ static QbRef3 toRef(vector3df v) {
     return {v.X, v.Y, v.Z};
 }
 
-static QbRefPicture toRef(const StagePicture& picture) {
-    QbRefPicture result(picture.width, picture.height);
-    for (size_t i = 0; i < result.texels.size(); ++i) {
-        const float* texel = &picture.rgba[i * 4];
-        result.texels[i] = {texel[0], texel[1], texel[2], texel[3]};
-    }
-    return result;
-}
-
 static std::ostream& operator<<(std::ostream& out, QbRef4 v) {
     return out << '(' << v.r * 255 << ' ' << v.g * 255 << ' ' << v.b * 255 << ' ' << v.a * 255 << ")/255";
 }
@@ -157,101 +136,93 @@ static double distanceOf(QbRef4 wanted, QbRef4 found) {
 template <typename Expected>
 static void expectPicture(const char* name, const QbRefPicture& actual, double tolerance,
                           const Expected& expected) {
-    int judged = 0, wrong = 0;
-    double worst = 0;
-    std::ostringstream first;
+    int judged = 0;
     for (int y = 0; y < actual.height; ++y)
         for (int x = 0; x < actual.width; ++x) {
             const std::optional<QbRef4> wanted = expected(x, y);
             if (!wanted) continue;
-            const double distance = distanceOf(*wanted, actual.at(x, y));
+            ASSERT_LE(distanceOf(*wanted, actual.at(x, y)), tolerance)
+                << name << " at " << x << ", " << y << ": " << actual.at(x, y) << ", not " << *wanted;
             ++judged;
-            worst = std::max(worst, distance);
-            if (distance > tolerance && wrong++ == 0)
-                first << " at " << x << ", " << y << ": " << actual.at(x, y) << ", not " << *wanted;
         }
-    EXPECT_EQ(wrong, 0) << name << ", the worst by " << worst * 255 << "/255, the first" << first.str();
-    const int all = actual.width * actual.height;
-    EXPECT_GT(judged, all / 2) << name << ": " << all - judged << " of " << all << " pixels were left out";
+    EXPECT_GT(judged, actual.width * actual.height / 2) << name << ": too many pixels were left out";
 }
 
 static void expectSame(const char* name, const QbRefPicture& actual, double tolerance,
                        const QbRefPicture& wanted) {
     ASSERT_EQ(std::make_pair(actual.width, actual.height), std::make_pair(wanted.width, wanted.height));
-    expectPicture(name, actual, tolerance,
-                  [&wanted](int x, int y) -> std::optional<QbRef4> { return wanted.at(x, y); });
+    expectPicture(name, actual, tolerance, [&](int x, int y) { return std::optional(wanted.at(x, y)); });
 }
 
 // --- stage ----------------------------------------------------------------------------------------------
 
 namespace {
 
-using Lights = std::vector<QbRefLight>;
-
-class PassesTest : public RenderStage, public testing::WithParamInterface<core::dimension2di> {
+class PassesTest : public RenderStage {
 public:
     void SetUp() override;
     // The lights stand in world space.
-    void begin(vector3df eye, vector3df target, uint32_t ambientColor, const Lights& lights);
+    void begin(vector3df eye, vector3df target, uint32_t ambient, const std::vector<QbRefLight>& lights);
     scene::ISceneNode* put(const StageMesh& mesh, const StageSurface& surface);
     void grid(vector3df corner, float cell, int columns, int rows, StageSurface (*surfaceOf)(int index));
 
 protected:
     void cast();
-    QbRefPicture texels(video::ITexture* target) const { return toRef(read(target)); }
-    QbRef4 lightAt(int x, int y, QbRef4 normal, double depth) const;
     template <typename Shade>
     void expectSurfaces(const char* name, const QbRefPicture& actual, double tolerance, QbRef4 background,
                         const Shade& shade);
     void expectGeometry();
-    void expectDepth();
     void expectLight();
     void expectFinal();
-    void expectWhole();
+    void expectWindow(QbRefPicture scene);
+    void expectScenes();
 
-    const int width_ = GetParam().Width, height_ = GetParam().Height;
     QbRefView view_;
-    std::array<QbRef3, 4> corners_ = qbRefFarCorners(1, 1.0 * width_ / height_, FAR);
+    std::array<QbRef3, 4> corners_ = qbRefFarCorners(1, 1.0 * width / height, FAR);
     QbRef3 ambient_;
-    Lights lights_; // view space
+    std::vector<QbRefLight> lights_; // view space
     std::vector<QbSurfaceValues> surfaces_;
     QbRefHits hits_;
+};
+
+class EvenPassesTest : public PassesTest {
+public:
+    EvenPassesTest() {
+        width = 96;
+        height = 64;
+        corners_ = qbRefFarCorners(1, 1.0 * width / height, FAR);
+    }
+    ~EvenPassesTest() override {
+        width = 97;
+        height = 61;
+    }
 };
 
 } // namespace
 
 void PassesTest::SetUp() {
-    open(width_, height_);
+    open(width, height);
     if (HasFatalFailure()) return;
     qbEngineGet()->driver->setTextureCreationFlag(video::ETCF_CREATE_MIP_MAPS, false);
     for (const Map& map : textures)
-        addTexture(map.name, MAP_SIZE, MAP_SIZE, [&map](int x, int y) { return texelOf(map, x, y); });
+        addTexture(map.name, MAP_SIZE, [&map](int x, int y) { return texelOf(map, x, y); });
     qbEngineSetBackground(0x203040);
 }
 
-static vector3df toIrrlicht(QbRef3 v) {
-    return vector3df(static_cast<f32>(v.x), static_cast<f32>(v.y), static_cast<f32>(v.z));
-}
-
-void PassesTest::begin(vector3df eye, vector3df target, uint32_t ambientColor, const Lights& lights) {
+void PassesTest::begin(vector3df eye, vector3df target, uint32_t ambient,
+                       const std::vector<QbRefLight>& lights) {
     clear();
     surfaces_.clear();
-    lights_ = lights;
     lookAt(eye, target, 1.0F);
     view_ = qbRefLookAt(toRef(eye), toRef(target), {0, 1, 0});
+    lights_ = lights;
     for (QbRefLight& light : lights_) {
-        const vector3df color = toIrrlicht(light.color);
-        const vector3df limits = toIrrlicht({light.radius, light.innerCone, light.outerCone});
-        static const video::E_LIGHT_TYPE kinds[] = {video::ELT_DIRECTIONAL, video::ELT_POINT,
-                                                    video::ELT_SPOT};
-        addSpot(toIrrlicht(light.position), toIrrlicht(light.direction), limits.X, limits.Y, limits.Z,
-                SColorf(color.X, color.Y, color.Z))
-            ->setLightType(kinds[static_cast<size_t>(light.kind)]);
+        addLight(light);
         light.position = qbRefPointToView(view_, light.position);
         light.direction = qbRefNormalize(qbRefDirectionToView(view_, light.direction));
     }
-    ambient(ambientColor);
-    const SColorf color{video::SColor(ambientColor)};
+    qbEngineSetAmbient(ambient);
+    const video::SColorf color{video::SColor(ambient)};
     ambient_ = {color.r, color.g, color.b};
 }
 
@@ -288,7 +259,7 @@ static QbRefPoint pointOf(const video::S3DVertex* vertex, bool hasTangents, cons
     const auto* tangents = static_cast<const video::S3DVertexTangents*>(vertex);
     point.worldAxes.tangent = directionIn(world, tangents->Tangent);
     point.worldAxes.binormal = directionIn(world, tangents->Binormal);
-    point.axes = qbRefAxes(point.axes.normal, qbRefDirectionToView(view, point.worldAxes.tangent), 1);
+    point.axes = qbRefAxes(point.axes.normal, qbRefDirectionToView(view, point.worldAxes.tangent));
     return point;
 }
 
@@ -308,7 +279,7 @@ void PassesTest::cast() {
                         shape->getAbsoluteTransformation(), view_);
         }
     }
-    hits_ = qbRefCast(triangles, corners_, 1, width_, height_);
+    hits_ = qbRefCast(triangles, corners_, 1, width, height);
 }
 
 // --- passes ---------------------------------------------------------------------------------------------
@@ -320,79 +291,58 @@ void PassesTest::expectSurfaces(const char* name, const QbRefPicture& actual, do
         const QbRefHit& hit = hits_.at(x, y);
         if (!hit.isInner) return {};
         if (hit.object == 0) return background;
+        if (isAtEnd(hit.point.uv)) return {};
         const QbSurfaceValues& values = surfaces_[static_cast<size_t>(hit.object - 1)];
-        if (hasMaps(values) && isAtEnd(hit.point.uv)) return {};
         return shade(Inputs{values, hit.point.uv}, hit.point, x, y);
     });
 }
 
 void PassesTest::expectGeometry() {
-    const auto shade = [](const Inputs& in, const QbRefPoint& point, int, int) {
-        return normalTexel(in, point);
-    };
-    expectSurfaces("normals", texels(state()->normalRTT), TOLERANCE, QB_REF_CLEAR_NORMAL, shade);
-    expectDepth();
-}
-
-void PassesTest::expectDepth() {
-    const QbRefPicture depth = texels(state()->depthRTT);
-    std::optional<QbRefFocus> focus;
-    if (qbEngineGet()->depthOfFieldEnabled) focus.emplace();
-    for (int y = 0; y < height_; ++y)
-        for (int x = 0; x < width_; ++x) {
+    expectSurfaces("normals", read(state()->normalRTT), TOLERANCE, QB_REF_CLEAR_NORMAL,
+                   [](const Inputs& in, const QbRefPoint& at, int, int) { return normalTexel(in, at); });
+    const QbRefPicture depth = read(state()->depthRTT);
+    const bool hasFocus = qbEngineGet()->depthOfFieldEnabled;
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
             const QbRefHit& hit = hits_.at(x, y);
             if (!hit.isInner) continue;
-            QbRef4 wanted = QB_REF_CLEAR_DEPTH;
-            if (hit.object) wanted = qbRefDepthTexel(hit.point.position.z, FAR, focus);
+            const QbRef4 surface = qbRefDepthTexel(hit.point.position.z, FAR, hasFocus);
+            const QbRef4 wanted = hit.object ? surface : QB_REF_CLEAR_DEPTH;
             ASSERT_NEAR(depth.at(x, y).r, wanted.r, wanted.r * DEPTH_TOLERANCE) << x << ", " << y;
             // The blur runs over its range in half the depth that it covers.
             ASSERT_NEAR(depth.at(x, y).g, wanted.g, 2 * DEPTH_TOLERANCE) << x << ", " << y;
         }
 }
 
-// The light buffer's texel after all lights.
-QbRef4 PassesTest::lightAt(int x, int y, QbRef4 normal, double depth) const {
-    QbRef4 sum;
-    if (!qbRefIsLit(depth)) return sum;
-    const QbRef3 ray = qbRefRay(corners_, (x + 0.5) / width_, (y + 0.5) / height_);
-    for (const QbRefLight& light : lights_)
-        sum = qbRefAddColor(sum, qbRefLightOutput(light, qbRefPosition(depth, FAR, ray), normal));
-    return sum;
-}
-
 void PassesTest::expectLight() {
-    const QbRefPicture normals = texels(state()->normalRTT), depths = texels(state()->depthRTT);
-    expectPicture("light", texels(state()->lightRTT), TOLERANCE, [&](int x, int y) -> std::optional<QbRef4> {
-        return lightAt(x, y, normals.at(x, y), depths.at(x, y).r);
+    const QbRefPicture normals = read(state()->normalRTT), depths = read(state()->depthRTT);
+    expectPicture("light", read(state()->lightRTT), TOLERANCE, [&](int x, int y) {
+        std::optional<QbRef4> sum = QbRef4{};
+        const double depth = depths.at(x, y).r;
+        if (depth > 0.9999) return sum; // background
+        const QbRef3 ray = qbRefRay(corners_, (x + 0.5) / width, (y + 0.5) / height);
+        for (const QbRefLight& light : lights_)
+            sum = qbRefAddColor(*sum,
+                                qbRefLightOutput(light, qbRefPosition(depth, FAR, ray), normals.at(x, y)));
+        return sum;
     });
-}
-
-static QbRef4 opaque(QbRef4 color) {
-    return {color.r, color.g, color.b, 1};
 }
 
 static const QbRef4 BACKGROUND{0x20 / 255.0, 0x30 / 255.0, 0x40 / 255.0, 0};
 
 void PassesTest::expectFinal() {
-    const QbRefPicture lights = texels(state()->lightRTT);
-    QbRefPicture scene = texels(state()->sceneRTT);
+    const QbRefPicture lights = read(state()->lightRTT), scene = read(state()->sceneRTT);
     expectSurfaces("scene", scene, TOLERANCE, BACKGROUND,
                    [&](const Inputs& in, const QbRefPoint& point, int x, int y) {
                        return finalTexel(in, point, ambient_, lights.at(x, y));
                    });
-    std::transform(scene.texels.begin(), scene.texels.end(), scene.texels.begin(), opaque);
-    expectSame("window", toRef(window()), 0.5 / 255, scene);
+    expectWindow(scene);
 }
 
-// From the surfaces to the window. A normal that is rounded the other way turns by up to half a degree: 2/255
-// of a light, times the surface and the gleam.
-void PassesTest::expectWhole() {
-    expectSurfaces("whole", toRef(window()), 5.0 / 255, opaque(BACKGROUND),
-                   [&](const Inputs& in, const QbRefPoint& point, int x, int y) {
-                       const QbRef4 normal = qbRefStore8(normalTexel(in, point));
-                       const QbRef4 light = lightAt(x, y, normal, point.position.z / FAR);
-                       return opaque(*finalTexel(in, point, ambient_, light));
-                   });
+void PassesTest::expectWindow(QbRefPicture scene) {
+    for (QbRef4& texel : scene.texels)
+        texel.a = 1;
+    expectSame("window", window(), 0.5 / 255, scene);
 }
 
 // --- scenes ---------------------------------------------------------------------------------------------
@@ -418,33 +368,30 @@ static StageSurface shiny(float specularity, float glossiness) {
         .value(QB_SURFACE_GLOW_VALUE, specularity * 0.6F);
 }
 
+// Several lights, one without a range after one that ends; a gleam that is the same at every angle.
 static void balls(PassesTest& stage) {
-    stage.begin({3, 8, -6}, {0, 0, 30}, 0x000000,
-                {point({-8, 10, 12}, 40, {1, 0.5, 0.25}), distant({0.5, -0.2, 1}, {0.3, 0.3, 0.4}),
-                 spot({10, 12, 10}, {-0.3, -0.4, 1}, 60, 10, 25, {0.2, 0.9, 0.5})});
-    stage.put(stageSphere({-6, 0, 26}, 6, 32, 16), shiny(0.9F, 0.2F));
-    stage.put(stageSphere({7, 1, 28}, 6, 32, 16), shiny(0.5F, 0)); // the same gleam at every angle
+    stage.begin({3, 8, -6}, {0, 0, 30}, 0x0C1018,
+                {point({-7, 6, 20}, 12, {1, 0.5, 0.25}), distant({0.5, -0.2, 1}, {0.3, 0.3, 0.4}),
+                 spot({10, 12, 10}, {-0.3, -0.4, 1}, 60, 10, 25, {0.2, 0.9, 0.5}),
+                 point({4, -4, 20}, 25, {0, 0, 1})});
+    stage.put(stageSphere({-6, 0, 26}, 6), shiny(0.9F, 0.2F));
+    stage.put(stageSphere({7, 1, 28}, 6), shiny(0.5F, 0));
     stage.put(stageQuad({-40, -20, 45}, {80, 0, 0}, {0, 40, 4}), shiny(0.1F, 0.3F));
 }
 
 static void cubes(PassesTest& stage) {
     stage.begin({0, 12, -2}, {1, 2, 20}, 0x202020, {point({4, 14, 6}, 35, {1.5, 1.2, 0.9})});
-    scene::ISceneNode* box = stage.put(stageBox({0, 0, 0}, {8, 5, 6}), shiny(0.6F, 1));
+    scene::ISceneNode* box = stage.put(stageBox({8, 5, 6}), shiny(0.6F, 1));
     box->setPosition(vector3df(2, 3, 18));
     box->setRotation(vector3df(10, 35, -20));
     box->setScale(vector3df(1, 2, 1));
-    scene::ISceneNode* egg = stage.put(stageSphere({0, 0, 0}, 3, 24, 12), shiny(1, 1));
-    egg->setPosition(vector3df(-9, 2, 16));
-    egg->setScale(vector3df(1, 1.5F, 1));
-    const StageSurface floor = shiny(0.2F, 0.5F).value(QB_SURFACE_LUMINOSITY, 0.2F);
-    stage.put(stageQuad({-30, -4, 0}, {60, 0, 0}, {0, 0, 60}),
-              StageSurface(floor).value(QB_SURFACE_DIFFUSE, 0.7F));
+    stage.put(stageQuad({-30, -4, 0}, {60, 0, 0}, {0, 0, 60}), shiny(0.2F, 0.5F));
 }
 
 static void hills(PassesTest& stage) {
     stage.begin({0, 9, 0}, {0, 0, 30}, 0x0C1018,
-                {point({-10, 0, 35}, 25, {1, 0, 0}), point({0, 1, 40}, 30, {0, 1, 0}),
-                 point({10, 0, 35}, 25, {0, 0, 1}), distant({0, -1, 0.4}, {0.2, 0.2, 0.1}),
+                {point({-10, 0, 35}, 25, {1, 0, 0}), point({10, 0, 35}, -25, {0, 0, 1}),
+                 distant({0, -1, 0.4}, {0.2, 0.2, 0.1}),
                  spot({0, 20, 30}, {0.1, -1, 0.1}, 50, 15, 40, {0.5, 0.5, 0.5})});
     stage.put(stageHills({0, -6, 40}, 60, 3, 16), shiny(0.4F, 0.2F));
 }
@@ -459,19 +406,24 @@ static void pools(PassesTest& stage) {
     stage.put(stageQuad({-25, -16, 30}, {50, 0, 0}, {0, 32, 0}), shiny(1, 0.3F));
 }
 
-// From near to far of the depth of field's focus, and beyond every side of the picture.
+// From near to far of the depth of field's focus, and beyond every side of the picture. Without a light the
+// ambient colour stays that of the scene before.
 static void slope(PassesTest& stage) {
-    stage.begin({0, 200, 0}, {0, 0, 300}, 0x404040, {point({0, 150, 400}, 500, {1, 1, 1})});
-    stage.put(stageQuad({-900, 0, 60}, {1800, 0, 0}, {0, 0, 900}), shiny(0.5F, 0.1F));
+    stage.begin({0, 200, 0}, {0, 0, 300}, 0, {});
+    stage.put(stageQuad({-900, 0, 60}, {1800, 0, 0}, {0, 0, 900}),
+              shiny(0.5F, 0.1F).value(QB_SURFACE_LUMINOSITY, 0.4F));
 }
 
-// Each map present and absent, in the geometry pass and in the final pass.
+// Each map present and absent, in the geometry pass and in the final pass. What only reflections take stands
+// there to be ignored.
 static void maps(PassesTest& stage) {
     stage.begin({0, 0, 0}, {0, 0, 10}, 0x303030,
                 {distant({0.2, -0.3, 1}, {0.7, 0.8, 0.9}), point({0, 0, 15}, 60, {0.3, 0.3, 0.3})});
     stage.grid({-16, -8, 20}, 8, 4, 2, [](int index) {
         StageSurface surface = shiny(0.7F, 0.3F);
-        surface.value(QB_SURFACE_LUMINOSITY, 0.3F).value(QB_SURFACE_DIFFUSE, 0.5F).value(QB_SURFACE_BUMP, 2);
+        surface.value(QB_SURFACE_LUMINOSITY, 0.3F).value(QB_SURFACE_DIFFUSE, 0.5F).value(QB_SURFACE_BUMP, 3);
+        surface.value(QB_SURFACE_REFLECTIVITY, 1).integer(QB_SURFACE_REFLECTION_OPTIONS, 1);
+        surface.image(QB_SURFACE_REFLECTION_IMAGE, "sky").image(QB_SURFACE_REFLECTIVITY, "down");
         if (index & 1) surface.image(QB_SURFACE_BASE_COLOR, "across").image(QB_SURFACE_BUMP, "bumps");
         if (index & 2) surface.image(QB_SURFACE_LUMINOSITY, "down").image(QB_SURFACE_SPECULARITY, "across");
         if (index & 4) surface.image(QB_SURFACE_DIFFUSE, "back").image(QB_SURFACE_GLOSSINESS, "down");
@@ -479,11 +431,13 @@ static void maps(PassesTest& stage) {
     });
 }
 
+// With four maps before it the reflectivity map is lost, and with it nearly all reflection.
 static StageSurface reflecting(int bits) {
     StageSurface surface = shiny(0.7F, 0.3F);
     surface.value(QB_SURFACE_DIFFUSE, 0.3F).value(QB_SURFACE_LUMINOSITY, 0.1F).value(QB_SURFACE_BUMP, 1);
-    surface.value(QB_SURFACE_REFLECTIVITY, 0.8F).value(QB_SURFACE_REFLECTION_SEAM_ANGLE, 0.3F);
-    surface.integer(QB_SURFACE_REFLECTION_OPTIONS, 2).image(QB_SURFACE_REFLECTION_IMAGE, "sky");
+    surface.value(QB_SURFACE_REFLECTIVITY, (bits & 15) == 15 ? 20.0F : 0.8F);
+    surface.value(QB_SURFACE_REFLECTION_SEAM_ANGLE, 0.3F).integer(QB_SURFACE_REFLECTION_OPTIONS, 2);
+    surface.image(QB_SURFACE_REFLECTION_IMAGE, "sky");
     if (bits & QB_FINAL_TEX_COLOR) surface.image(QB_SURFACE_BASE_COLOR, "across");
     if (bits & QB_FINAL_TEX_LUMINOSITY) surface.image(QB_SURFACE_LUMINOSITY, "down");
     if (bits & QB_FINAL_TEX_DIFFUSE) surface.image(QB_SURFACE_DIFFUSE, "back");
@@ -500,30 +454,23 @@ static void reflections(PassesTest& stage) {
 // A reflection takes the vertex as it stands in the mesh: moved and turned meshes tell.
 static void mirrors(PassesTest& stage) {
     stage.begin({2, 3, -4}, {0, 0, 20}, 0x202020, {point({-5, 9, 8}, 40, {0.7, 0.7, 0.7})});
-    scene::ISceneNode* smooth = stage.put(stageSphere({0, 0, 0}, 6, 32, 16), reflecting(0));
+    scene::ISceneNode* smooth = stage.put(stageSphere({0, 0, 0}, 6), reflecting(0));
     smooth->setPosition(vector3df(-7, 0, 18));
     smooth->setRotation(vector3df(20, 50, 0));
-    scene::ISceneNode* bumped = stage.put(stageSphere({0, 0, 0}, 6, 32, 16), reflecting(QB_FINAL_TEX_NORMAL));
+    smooth->setScale(vector3df(1, 1.4F, 1));
+    scene::ISceneNode* bumped = stage.put(stageSphere({0, 0, 0}, 6), reflecting(QB_FINAL_TEX_NORMAL));
     bumped->setPosition(vector3df(7, 0, 18));
     bumped->setRotation(vector3df(0, 100, 30));
-    // Has an image and does not reflect it.
-    const StageSurface wall = reflecting(0).integer(QB_SURFACE_REFLECTION_OPTIONS, 1);
-    stage.put(stageQuad({-20, -15, 32}, {40, 0, 0}, {0, 30, 0}), wall);
 }
 
 // --- tests ----------------------------------------------------------------------------------------------
 
-TEST_P(PassesTest, TargetsHoldWhatTheFormulasSay) {
+void PassesTest::expectScenes() {
     static const struct {
         const char* name;
         void (*build)(PassesTest& stage);
-        bool isWhole; // soft enough to be judged from end to end
-    } scenes[] = {
-        {"balls", balls, true},      {"cubes", cubes, false},
-        {"hills", hills, true},      {"pools", pools, false},
-        {"slope", slope, true},      {"maps", maps, false},
-        {"mirrors", mirrors, false}, {"reflections", reflections, false},
-    };
+    } scenes[] = {{"balls", balls}, {"cubes", cubes}, {"hills", hills},     {"pools", pools},
+                  {"slope", slope}, {"maps", maps},   {"mirrors", mirrors}, {"reflections", reflections}};
     for (const auto& scene : scenes) {
         SCOPED_TRACE(scene.name);
         scene.build(*this);
@@ -532,7 +479,6 @@ TEST_P(PassesTest, TargetsHoldWhatTheFormulasSay) {
         expectGeometry();
         expectLight();
         expectFinal();
-        if (scene.isWhole) expectWhole();
         qbEngineSetDepthOfField(1, 100, 2);
         draw();
         expectGeometry();
@@ -541,78 +487,78 @@ TEST_P(PassesTest, TargetsHoldWhatTheFormulasSay) {
     EXPECT_TRUE(messages.empty()) << messages.front();
 }
 
-class OddPassesTest : public PassesTest {};
-
-// Both blurs multiply what they read by 9/4, and with it the roundings of the two copies before the first.
-TEST_P(OddPassesTest, GlowFollowsItsFormulas) {
-    balls(*this);
-    draw();
-    const QbRefPicture frame = texels(state()->sceneRTT);
-    static const struct { float intensity, radius; } settings[] = {{0.5F, 60}, {1.5F, 0}, {-0.5F, 20}};
-    for (const auto& setting : settings) {
-        SCOPED_TRACE(setting.radius);
-        const double distance = setting.radius / 1000.0;
-        qbEngineSetGlow(1, setting.intensity, setting.radius);
-        draw();
-        const QbRefPicture across = texels(state()->halfScreen[0]), down = texels(state()->halfScreen[1]);
-        const QbRefPicture bright = qbRefBrightPass(qbRefHalf(frame));
-        expectSame("across", across, 5.0 / 255, qbRefBlurPass(bright, QbRefBlur::Horizontal, distance));
-        expectSame("down", down, 3.0 / 255, qbRefBlurPass(across, QbRefBlur::Vertical, distance));
-        expectSame("composed", texels(state()->sceneRTT), TOLERANCE,
-                   qbRefCompose(frame, down, setting.intensity));
-    }
+TEST_F(PassesTest, TargetsHoldWhatTheFormulasSay) {
+    expectScenes();
 }
 
-// The same light over the whole picture, whatever its range.
-static void drawUnlimited(const QbLppState* state, vector3df position, float range, float brightness) {
-    video::IVideoDriver* driver = qbEngineGet()->driver;
-    driver->setTransform(video::ETS_VIEW, qbEngineGet()->camera->getViewMatrix());
-    driver->getTransform(video::ETS_VIEW).transformVect(position);
-    QbIrrShader* shader = state->lightPass[QB_LIGHT_POINT];
-    qbShaderSetFloat3(shader, "LightPosition", position.X, position.Y, position.Z);
-    qbShaderSetFloat(shader, "InvLightRadiusSqr", 1.0F / range * (1.0F / range));
-    qbShaderSetFloat3(shader, "LightColor", brightness, brightness, brightness);
-    qbTargetSet(state->lightRTT, false);
-    for (const QbIrrShader* each : {state->lightClear, shader}) {
-        qbShaderApply(each, &state->screenQuad->getMaterial());
-        state->screenQuad->render(driver);
+TEST_F(EvenPassesTest, TargetsHoldWhatTheFormulasSay) {
+    expectScenes();
+}
+
+// Both blurs multiply what they read by 9/4, and with it the roundings of the two copies before the first.
+TEST_F(PassesTest, GlowFollowsItsFormulasAndOnlyWhenItIsOn) {
+    begin({0, 0, 0}, {0, 0, 10}, 0, {});
+    put(stageQuad({-2, -6, 20}, {4, 0, 0}, {0, 12, 0}), shiny(0.9F, 0).value(QB_SURFACE_LUMINOSITY, 0.6F));
+    // Glows as well: blending leaves an alpha of 1.
+    put(stageQuad({-6, -2, 15}, {12, 0, 0}, {0, 4, 0}), StageSurface())
+        ->setMaterialType(video::EMT_TRANSPARENT_ADD_COLOR);
+    draw();
+    const QbRefPicture frame = read(state()->sceneRTT);
+    EXPECT_NEAR(frame.at(width / 2, 18).a, 0.54, TOLERANCE);
+    EXPECT_EQ(frame.at(width / 2, height / 2).a, 1);
+    static const struct {
+        int enabled;
+        float intensity, radius;
+    } settings[] = {{1, 0.5F, 60}, {1, 1.5F, 0}, {1, -0.5F, 250}, {1, 0, 60}, {0, 0.5F, 60}};
+    for (const auto& setting : settings) {
+        SCOPED_TRACE(setting.intensity);
+        const double distance = setting.radius / 1000.0;
+        qbTargetSet(state()->halfScreen[1], true, video::SColor(0)); // no pass leaves an alpha of 0
+        qbTargetSetWindow();
+        qbEngineSetGlow(setting.enabled, setting.intensity, setting.radius);
+        draw();
+        const QbRefPicture across = read(state()->halfScreen[0]), down = read(state()->halfScreen[1]);
+        const QbRefPicture bright = qbRefBrightPass(qbRefHalf(frame)), scene = read(state()->sceneRTT);
+        expectWindow(scene);
+        EXPECT_EQ(down.at(0, 0).a > 0, setting.enabled && setting.intensity != 0);
+        if (down.at(0, 0).a == 0) {
+            expectSame("without glow", scene, 0, frame);
+            continue;
+        }
+        expectSame("across", across, 5.0 / 255, qbRefBlurPass(bright, {distance, 0}));
+        expectSame("down", down, 3.0 / 255, qbRefBlurPass(across, {0, distance}));
+        expectSame("composed", scene, TOLERANCE, qbRefCompose(frame, down, setting.intensity));
+        QbRefPicture turned = scene;
+        std::reverse(turned.texels.begin(), turned.texels.end());
+        expectSame("symmetry", scene, 1.1 / 255, turned);
     }
 }
 
 // A light is drawn only where its range can reach, and not a pixel is missing.
-TEST_P(OddPassesTest, LimitOfALightChangesNoPixel) {
+TEST_F(PassesTest, LimitOfALightChangesNoPixel) {
     static const struct {
         const char* name;
-        vector3df position;
-        float range;
+        QbRef3 position;
+        double range;
         bool isSeen;
     } lights[] = {
-        {"ahead", {2, -4, 40}, 6, true},
         {"at the side", {-26, 0, 35}, 12, true},
         {"outside", {90, 0, 30}, 20, false},
         {"behind", {0, 5, -20}, 15, false},
-        {"around the camera", {0, 8, -2}, 30, true},
         {"across the near plane", {20, -4, 4}, 17, true},
-        {"tiny", {0, -6, 30}, 0.9F, true},
+        {"tiny", {0, -6, 30}, 0.9, true},
         {"huge", {50, 300, -500}, 900, true},
+        {"of a negative range", {9, 2, 30}, -8, true},
     };
-    const float brightness = 1000; // shows what lies inside by a hair
     for (const auto& light : lights) {
         SCOPED_TRACE(light.name);
-        begin({0, 9, 0}, {0, 0, 30}, 0,
-              {point(toRef(light.position), light.range, {brightness, brightness, brightness})});
+        // So bright that what lies inside by a hair is seen.
+        begin({0, 9, 0}, {0, 0, 30}, 0, {point(light.position, light.range, {200, 200, 200})});
         // A wall through the widest of the range, so far behind the light that it is not edge on.
-        const float z = std::max(light.position.Z + 0.15F * light.range, 12.0F);
-        put(stageQuad({-200, -200, z}, {400, 0, 0}, {0, 400, 0}), shiny(0.4F, 0.2F));
+        const double z = std::max(light.position.z + 0.15 * std::abs(light.range), 12.0);
+        put(stageQuad({-200, -200, static_cast<float>(z)}, {400, 0, 0}, {0, 400, 0}), shiny(0.4F, 0.2F));
         draw();
-        const StagePicture limited = read(state()->lightRTT);
-        drawUnlimited(state(), light.position, light.range, brightness);
-        const StagePicture whole = read(state()->lightRTT);
-        EXPECT_EQ(limited.rgba, whole.rgba);
-        EXPECT_EQ(*std::max_element(whole.rgba.begin(), whole.rgba.end()) > 0, light.isSeen);
+        expectLight();
+        EXPECT_EQ(read(state()->lightRTT).texels != QbRefPicture(width, height).texels, light.isSeen);
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Sizes, PassesTest,
-                         testing::Values(core::dimension2di(96, 64), core::dimension2di(97, 61)));
-INSTANTIATE_TEST_SUITE_P(OddSize, OddPassesTest, testing::Values(core::dimension2di(97, 61)));

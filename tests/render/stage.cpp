@@ -18,13 +18,6 @@ static video::S3DVertex vertexAt(vector3df position, vector3df normal, float u, 
     return video::S3DVertex(position, normal, video::SColor(0xFFFFFFFF), core::vector2df(u, v));
 }
 
-static void append(StageMesh& mesh, const StageMesh& part) {
-    const auto base = static_cast<u16>(mesh.vertices.size());
-    mesh.vertices.insert(mesh.vertices.end(), part.vertices.begin(), part.vertices.end());
-    for (const u16 index : part.indices)
-        mesh.indices.push_back(static_cast<u16>(base + index));
-}
-
 StageMesh stageQuad(vector3df corner, vector3df right, vector3df up) {
     const vector3df normal = up.crossProduct(right).normalize();
     StageMesh mesh;
@@ -34,62 +27,53 @@ StageMesh stageQuad(vector3df corner, vector3df right, vector3df up) {
     return mesh;
 }
 
-StageMesh stageBox(vector3df center, vector3df size) {
-    const vector3df h = size * 0.5F;
-    const vector3df x(size.X, 0, 0), y(0, size.Y, 0), z(0, 0, size.Z);
-    const vector3df low = center - h;
+StageMesh stageSphere(vector3df center, float radius) {
+    enum { SEGMENTS = 24, RINGS = 12 };
     StageMesh mesh;
-    append(mesh, stageQuad(low, x, y));          // -Z
-    append(mesh, stageQuad(low + x + z, -x, y)); // +Z
-    append(mesh, stageQuad(low + z, -z, y));     // -X
-    append(mesh, stageQuad(low + x, z, y));      // +X
-    append(mesh, stageQuad(low + y, x, z));      // +Y
-    append(mesh, stageQuad(low + z, x, -z));     // -Y
+    for (int i = 0; i < (SEGMENTS + 1) * (RINGS + 1); ++i) {
+        const float u = static_cast<float>(i % (SEGMENTS + 1)) / SEGMENTS;
+        const float v = static_cast<float>(i / (SEGMENTS + 1)) / RINGS;
+        vector3df normal(0, std::cos(v * core::PI), std::sin(v * core::PI));
+        normal.rotateXZBy(u * 360 - 90);
+        mesh.vertices.push_back(vertexAt(center + normal * radius, normal, u, v));
+        if (u == 1 || v == 1) continue;
+        for (const int corner : {i, i + 1, i + SEGMENTS + 1, i + 1, i + SEGMENTS + 2, i + SEGMENTS + 1})
+            mesh.indices.push_back(static_cast<u16>(corner));
+    }
     return mesh;
 }
 
-static void appendGridIndices(StageMesh& mesh, int columns, int rows) {
-    for (int row = 0; row < rows; ++row)
-        for (int column = 0; column < columns; ++column) {
-            const int a = row * (columns + 1) + column;
-            const int b = a + columns + 1;
-            for (const int index : {a, a + 1, b, a + 1, b + 1, b})
-                mesh.indices.push_back(static_cast<u16>(index));
-        }
-}
-
-StageMesh stageSphere(vector3df center, float radius, int segments, int rings) {
+StageMesh stageBox(vector3df size) {
+    const vector3df low = size * -0.5F, x(size.X, 0, 0), y(0, size.Y, 0), z(0, 0, size.Z);
+    const StageMesh sides[] = {stageQuad(low, x, y),      stageQuad(low + x + z, -x, y),
+                               stageQuad(low + z, -z, y), stageQuad(low + x, z, y),
+                               stageQuad(low + y, x, z),  stageQuad(low + z, x, -z)};
     StageMesh mesh;
-    for (int ring = 0; ring <= rings; ++ring)
-        for (int segment = 0; segment <= segments; ++segment) {
-            const float v = static_cast<float>(ring) / static_cast<float>(rings);
-            const float u = static_cast<float>(segment) / static_cast<float>(segments);
-            const float latitude = v * core::PI;
-            const float longitude = u * 2.0F * core::PI;
-            const vector3df normal(std::sin(latitude) * std::cos(longitude), std::cos(latitude),
-                                   std::sin(latitude) * std::sin(longitude));
-            mesh.vertices.push_back(vertexAt(center + normal * radius, normal, u, v));
-        }
-    appendGridIndices(mesh, segments, rings);
+    for (const StageMesh& side : sides) {
+        const size_t base = mesh.vertices.size();
+        mesh.vertices.insert(mesh.vertices.end(), side.vertices.begin(), side.vertices.end());
+        for (const u16 index : side.indices)
+            mesh.indices.push_back(static_cast<u16>(base + index));
+    }
     return mesh;
 }
 
 StageMesh stageHills(vector3df center, float size, float height, int cells) {
     StageMesh mesh;
     const float wave = 2.0F * core::PI / size;
-    for (int row = 0; row <= cells; ++row)
-        for (int column = 0; column <= cells; ++column) {
-            const float u = static_cast<float>(column) / static_cast<float>(cells);
-            const float v = static_cast<float>(row) / static_cast<float>(cells);
-            const float x = (u - 0.5F) * size;
-            const float z = (0.5F - v) * size;
-            const float y = height * std::sin(wave * x) * std::cos(wave * z);
-            const vector3df normal(-height * wave * std::cos(wave * x) * std::cos(wave * z), 1.0F,
-                                   height * wave * std::sin(wave * x) * std::sin(wave * z));
-            mesh.vertices.push_back(
-                vertexAt(center + vector3df(x, y, z), vector3df(normal).normalize(), u, v));
-        }
-    appendGridIndices(mesh, cells, cells);
+    for (int i = 0; i < (cells + 1) * (cells + 1); ++i) {
+        const int column = i % (cells + 1), row = i / (cells + 1);
+        const float u = static_cast<float>(column) / static_cast<float>(cells);
+        const float v = static_cast<float>(row) / static_cast<float>(cells);
+        const float x = (u - 0.5F) * size, z = (0.5F - v) * size;
+        const float y = height * std::sin(wave * x) * std::cos(wave * z);
+        vector3df normal(-height * wave * std::cos(wave * x) * std::cos(wave * z), 1.0F,
+                         height * wave * std::sin(wave * x) * std::sin(wave * z));
+        mesh.vertices.push_back(vertexAt(center + vector3df(x, y, z), normal.normalize(), u, v));
+        if (column == cells || row == cells) continue;
+        for (const int corner : {i, i + 1, i + cells + 1, i + 1, i + cells + 2, i + cells + 1})
+            mesh.indices.push_back(static_cast<u16>(corner));
+    }
     return mesh;
 }
 
@@ -101,11 +85,9 @@ StageSurface::StageSurface() {
 }
 
 StageSurface& StageSurface::color(float r, float g, float b) {
-    QbSurfaceParamValue& param = values_.params[QB_SURFACE_BASE_COLOR];
-    param.kind = 0;
-    param.color[0] = r;
-    param.color[1] = g;
-    param.color[2] = b;
+    float* rgb = values_.params[QB_SURFACE_BASE_COLOR].color;
+    for (const float channel : {r, g, b})
+        *rgb++ = channel;
     return *this;
 }
 
@@ -158,13 +140,13 @@ void RenderStage::TearDown() {
     qbEngineSetRenderer(nullptr);
 }
 
-void RenderStage::addTexture(const char* name, int width, int height, const TexelOf& texel) {
+void RenderStage::addTexture(const char* name, int size, const TexelOf& texel) {
     video::IVideoDriver* driver = qbEngineGet()->driver;
-    video::IImage* image = driver->createImage(
-        video::ECF_A8R8G8B8, core::dimension2du(static_cast<u32>(width), static_cast<u32>(height)));
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x)
-            image->setPixel(static_cast<u32>(x), static_cast<u32>(y), video::SColor(texel(x, y)));
+    const auto edge = static_cast<u32>(size);
+    video::IImage* image = driver->createImage(video::ECF_A8R8G8B8, core::dimension2du(edge, edge));
+    for (int i = 0; i < size * size; ++i)
+        image->setPixel(static_cast<u32>(i % size), static_cast<u32>(i / size),
+                        video::SColor(texel(i % size, i / size)));
     driver->addTexture(name, image);
     image->drop();
 }
@@ -212,53 +194,34 @@ void RenderStage::lookAt(vector3df eye, vector3df target, float fovY) {
     camera->updateAbsolutePosition();
 }
 
-scene::ILightSceneNode* RenderStage::addLight() {
-    qbLightCreate(lights_++);
-    return qbVisibleLightNode(lights_ - 1);
+static vector3df toIrrlicht(QbRef3 v) {
+    return vector3df(static_cast<f32>(v.x), static_cast<f32>(v.y), static_cast<f32>(v.z));
 }
 
-scene::ILightSceneNode* RenderStage::addPoint(vector3df position, float range, video::SColorf color) {
-    scene::ILightSceneNode* light = addLight();
-    light->setPosition(position);
-    light->getLightData().DiffuseColor = color;
-    qbLightSetPoint(lights_ - 1);
-    qbLightSetRange(lights_ - 1, range);
-    return light;
+void RenderStage::addLight(const QbRefLight& light) {
+    static const video::E_LIGHT_TYPE kinds[] = {video::ELT_DIRECTIONAL, video::ELT_POINT, video::ELT_SPOT};
+    const int id = lights_++;
+    qbLightCreate(id);
+    qbLightSetSpot(id, static_cast<float>(light.innerCone), static_cast<float>(light.outerCone));
+    qbLightSetRange(id, static_cast<float>(light.radius));
+    scene::ILightSceneNode* shown = qbVisibleLightNode(id);
+    shown->setPosition(toIrrlicht(light.position));
+    shown->setRotation(toIrrlicht(light.direction).getHorizontalAngle());
+    const vector3df color = toIrrlicht(light.color);
+    shown->getLightData().DiffuseColor = video::SColorf(color.X, color.Y, color.Z);
+    shown->setLightType(kinds[static_cast<size_t>(light.kind)]);
 }
 
-scene::ILightSceneNode* RenderStage::addDistant(vector3df direction, video::SColorf color) {
-    scene::ILightSceneNode* light = addLight();
-    light->setRotation(direction.getHorizontalAngle());
-    light->getLightData().DiffuseColor = color;
-    qbLightSetDirectional(lights_ - 1);
-    return light;
-}
-
-scene::ILightSceneNode* RenderStage::addSpot(vector3df position, vector3df direction, float range,
-                                             float inner, float outer, video::SColorf color) {
-    scene::ILightSceneNode* light = addPoint(position, range, color);
-    light->setRotation(direction.getHorizontalAngle());
-    qbLightSetSpot(lights_ - 1, inner, outer);
-    qbLightSetRange(lights_ - 1, range);
-    return light;
-}
-
-void RenderStage::ambient(uint32_t color) {
-    qbEngineSetAmbient(color);
-}
-
-static StagePicture grabbed;
+static QbRefPicture grabbed(1, 1);
 
 static void grab() {
-    qbEngineFrameSize(&grabbed.width, &grabbed.height);
-    const auto count = static_cast<size_t>(grabbed.width) * static_cast<size_t>(grabbed.height);
-    std::vector<uint8_t> rgb(count * 3);
-    ASSERT_EQ(
-        qbEngineReadPixels(rgb.data(), static_cast<uint32_t>(rgb.size()), &grabbed.width, &grabbed.height),
-        0);
-    grabbed.rgba.assign(count * 4, 1.0F);
-    for (size_t i = 0; i < count * 3; ++i)
-        grabbed.rgba[i / 3 * 4 + i % 3] = static_cast<float>(rgb[i]) / 255.0F;
+    int width = 0, height = 0;
+    qbEngineFrameSize(&width, &height);
+    grabbed = QbRefPicture(width, height);
+    std::vector<uint8_t> rgb(grabbed.texels.size() * 3);
+    ASSERT_EQ(qbEngineReadPixels(rgb.data(), static_cast<uint32_t>(rgb.size()), &width, &height), 0);
+    for (size_t i = 0; i < grabbed.texels.size(); ++i)
+        grabbed.texels[i] = {rgb[i * 3] / 255.0, rgb[i * 3 + 1] / 255.0, rgb[i * 3 + 2] / 255.0, 1};
 }
 
 void RenderStage::draw() {
@@ -268,20 +231,16 @@ void RenderStage::draw() {
     qbEngineSetFrameHook(nullptr);
 }
 
-StagePicture RenderStage::read(video::ITexture* target) const {
-    StagePicture picture;
-    picture.width = static_cast<int>(target->getSize().Width);
-    picture.height = static_cast<int>(target->getSize().Height);
-    picture.rgba.resize(static_cast<size_t>(picture.width) * static_cast<size_t>(picture.height) * 4);
-    qbTargetRead(target, picture.rgba.data());
+QbRefPicture RenderStage::read(video::ITexture* target) const {
+    const core::dimension2du size = target->getSize();
+    QbRefPicture picture(static_cast<int>(size.Width), static_cast<int>(size.Height));
+    std::vector<float> rgba(picture.texels.size() * 4);
+    qbTargetRead(target, rgba.data());
+    for (size_t i = 0; i < picture.texels.size(); ++i)
+        picture.texels[i] = {rgba[i * 4], rgba[i * 4 + 1], rgba[i * 4 + 2], rgba[i * 4 + 3]};
     return picture;
 }
 
-StagePicture RenderStage::window() const {
+const QbRefPicture& RenderStage::window() const {
     return grabbed;
-}
-
-std::array<float, 4> StagePicture::at(int x, int y) const {
-    const size_t i = (static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 4;
-    return {rgba.at(i), rgba.at(i + 1), rgba.at(i + 2), rgba.at(i + 3)};
 }

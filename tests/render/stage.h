@@ -3,9 +3,10 @@
 #include "engine/engine.h"
 #include "materials/surface.h"
 #include "render/pipeline.h"
+#include "render/reference/formulas.h"
+#include "render/reference/glow.h"
 #include "support/messages.h"
 
-#include <array>
 #include <functional>
 #include <gtest/gtest.h>
 #include <irrlicht/irrlicht.h>
@@ -22,9 +23,10 @@ struct StageMesh {
 // A parallelogram from `corner` along `right` and `up`, facing against right x up; uv (0, 0) at the far end
 // of `up`.
 StageMesh stageQuad(irr::core::vector3df corner, irr::core::vector3df right, irr::core::vector3df up);
-StageMesh stageBox(irr::core::vector3df center, irr::core::vector3df size);
+// Around the origin, flat.
+StageMesh stageBox(irr::core::vector3df size);
 // Smooth normals, uv by longitude and latitude.
-StageMesh stageSphere(irr::core::vector3df center, float radius, int segments, int rings);
+StageMesh stageSphere(irr::core::vector3df center, float radius);
 // cells x cells squares over size x size in the XZ plane, heights by sines; smooth normals.
 StageMesh stageHills(irr::core::vector3df center, float size, float height, int cells);
 
@@ -43,14 +45,6 @@ private:
     QbSurfaceValues values_{};
 };
 
-// Texels of a target, rows from the top.
-struct StagePicture {
-    int width = 0, height = 0;
-    std::vector<float> rgba; // 4 a texel, as stored
-
-    std::array<float, 4> at(int x, int y) const;
-};
-
 class RenderStage : public testing::Test {
 protected:
     void TearDown() override;
@@ -60,7 +54,7 @@ protected:
 
     // A texture that surfaces find by this name. `texel` gives 0xAARRGGBB.
     using TexelOf = std::function<uint32_t(int x, int y)>;
-    void addTexture(const char* name, int width, int height, const TexelOf& texel);
+    void addTexture(const char* name, int size, const TexelOf& texel);
 
     // Object ids count from 1 in the order of the calls. The node stands at the origin without rotation.
     int add(const StageMesh& mesh, const StageSurface& surface);
@@ -70,27 +64,18 @@ protected:
 
     // fovY in radians.
     void lookAt(irr::core::vector3df eye, irr::core::vector3df target, float fovY);
-
-    // Light ids count from 0. `color` in 0..1 and beyond.
-    irr::scene::ILightSceneNode* addPoint(irr::core::vector3df position, float range,
-                                          irr::video::SColorf color);
-    irr::scene::ILightSceneNode* addDistant(irr::core::vector3df direction, irr::video::SColorf color);
-    // Cones in degrees from the axis.
-    irr::scene::ILightSceneNode* addSpot(irr::core::vector3df position, irr::core::vector3df direction,
-                                         float range, float inner, float outer, irr::video::SColorf color);
-    void ambient(uint32_t color); // after the first light
+    // In world space.
+    void addLight(const QbRefLight& light);
 
     void draw();
     QbLppState* state() const { return qbRendererState(); }
-    StagePicture read(irr::video::ITexture* target) const;
+    QbRefPicture read(irr::video::ITexture* target) const;
     // The window as it was drawn last, alpha 1.
-    StagePicture window() const;
+    const QbRefPicture& window() const;
 
     std::vector<std::string>& messages = Messages::texts();
 
 private:
-    irr::scene::ILightSceneNode* addLight();
-
     Messages sink_;
     int objects_ = 0;
     int lights_ = 0;

@@ -76,6 +76,7 @@ int qbEngineIsOver() {
 FAKE(int, qbEngineTime, (), world.step.now)
 FAKE(int, qbEngineIsActive, (), world.active)
 FAKE(void, qbEngineSleep, (int milliseconds), world.sleeps += milliseconds)
+FAKE(void, qbEngineWarmUp, (), static_cast<void>(0))
 FAKE(void, qbEngineDrawFrame, (), ++world.drawn)
 FAKE(void, qbEngineText, (int x, int y, const char* text), world.texts.push_back(callText(text, x, y)))
 FAKE(uint8_t, qbKeyEnter, (), isDown('e'))

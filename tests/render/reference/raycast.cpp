@@ -1,59 +1,55 @@
 #include "render/reference/raycast.h"
 
 namespace {
-struct Bounds {
-    int left, top, right, bottom; // the last two not included
-};
-
-struct Weights {
-    double a, b, c;
-};
-
-QbRef3 mix(const Weights& w, QbRef3 a, QbRef3 b, QbRef3 c) {
-    return a * w.a + b * w.b + c * w.c;
+QbRef3 mix(QbRef3 w, QbRef3 a, QbRef3 b, QbRef3 c) {
+    return a * w.x + b * w.y + c * w.z;
 }
 
-QbRefAxes mix(const Weights& w, const QbRefAxes& a, const QbRefAxes& b, const QbRefAxes& c) {
+QbRefAxes mix(QbRef3 w, const QbRefAxes& a, const QbRefAxes& b, const QbRefAxes& c) {
     return {mix(w, a.normal, b.normal, c.normal), mix(w, a.tangent, b.tangent, c.tangent),
             mix(w, a.binormal, b.binormal, c.binormal)};
 }
 
 // A point of a plane is a linear mix of its corners, and so is whatever they carry: that is what a GPU's
 // division by depth amounts to.
-QbRefPoint mix(const Weights& w, const std::array<QbRefPoint, 3>& p) {
+QbRefPoint mix(QbRef3 w, const std::array<QbRefPoint, 3>& p) {
     return {mix(w, p[0].position, p[1].position, p[2].position),
             mix(w, p[0].axes, p[1].axes, p[2].axes),
             mix(w, p[0].worldAxes, p[1].worldAxes, p[2].worldAxes),
             mix(w, p[0].toCamera, p[1].toCamera, p[2].toCamera),
-            {w.a * p[0].uv.x + w.b * p[1].uv.x + w.c * p[2].uv.x,
-             w.a * p[0].uv.y + w.b * p[1].uv.y + w.c * p[2].uv.y}};
+            {w.x * p[0].uv.x + w.y * p[1].uv.x + w.z * p[2].uv.x,
+             w.x * p[0].uv.y + w.y * p[1].uv.y + w.z * p[2].uv.y}};
 }
 
-// Of the ray from the origin; nothing when it misses or sees the back.
-std::optional<Weights> intersect(QbRef3 ray, const std::array<QbRefPoint, 3>& p) {
-    const QbRef3 a = p[0].position, b = p[1].position, c = p[2].position;
-    const double volumeA = qbRefDot(ray, qbRefCross(b, c));
-    const double volumeB = qbRefDot(ray, qbRefCross(c, a));
-    const double volumeC = qbRefDot(ray, qbRefCross(a, b));
-    const double sum = volumeA + volumeB + volumeC;
-    if (volumeA > 0 || volumeB > 0 || volumeC > 0 || sum == 0) return {};
-    return Weights{volumeA / sum, volumeB / sum, volumeC / sum};
-}
+struct Face {
+    const QbRefTriangle* triangle;
+    QbRef3 sides[3]; // through the eye, against the corners
 
-// Only to save time: the whole picture for a triangle that reaches behind the camera.
-Bounds boundsOf(const QbRefTriangle& triangle, QbRef3 rightUp, int width, int height) {
-    Bounds bounds{width, height, 0, 0};
-    for (const QbRefPoint& corner : triangle.corners) {
-        const QbRef3 p = corner.position;
-        if (p.z < 1e-3) return {0, 0, width, height};
-        const double x = (p.x / p.z / (rightUp.x / rightUp.z) + 1) / 2 * width;
-        const double y = (1 - p.y / p.z / (rightUp.y / rightUp.z)) / 2 * height;
-        bounds.left = std::min(bounds.left, static_cast<int>(std::clamp(x - 1, 0.0, width + 0.0)));
-        bounds.top = std::min(bounds.top, static_cast<int>(std::clamp(y - 1, 0.0, height + 0.0)));
-        bounds.right = std::max(bounds.right, static_cast<int>(std::clamp(x + 2, 0.0, width + 0.0)));
-        bounds.bottom = std::max(bounds.bottom, static_cast<int>(std::clamp(y + 2, 0.0, height + 0.0)));
+    explicit Face(const QbRefTriangle& of) : triangle(&of) {
+        for (int i = 0; i < 3; i++)
+            sides[i] = qbRefCross(corner(i + 1), corner(i + 2));
     }
-    return bounds;
+    QbRef3 corner(int i) const { return triangle->corners[static_cast<std::size_t>(i % 3)].position; }
+    // The weights of the corners; nothing when the ray misses or sees the back.
+    std::optional<QbRef3> intersect(QbRef3 ray) const {
+        const double a = qbRefDot(ray, sides[0]), b = qbRefDot(ray, sides[1]), c = qbRefDot(ray, sides[2]);
+        const double sum = a + b + c;
+        if (a > 0 || b > 0 || c > 0 || sum == 0) return {};
+        return QbRef3{a, b, c} * (1 / sum);
+    }
+};
+
+QbRefHit nearest(const std::vector<Face>& faces, QbRef3 ray, double nearValue) {
+    QbRefHit hit;
+    for (const Face& face : faces) {
+        const std::optional<QbRef3> weights = face.intersect(ray);
+        if (!weights) continue;
+        const QbRefPoint point = mix(*weights, face.triangle->corners);
+        if (point.position.z < nearValue || point.position.z > ray.z) continue;
+        if (hit.object == 0 || point.position.z < hit.point.position.z)
+            hit = {face.triangle->object, true, point};
+    }
+    return hit;
 }
 
 bool areOneSurface(const QbRefHit& a, const QbRefHit& b) {
@@ -73,22 +69,12 @@ bool isInner(const QbRefHits& hits, int x, int y) {
 
 QbRefHits qbRefCast(const std::vector<QbRefTriangle>& triangles, const std::array<QbRef3, 4>& corners,
                     double nearValue, int width, int height) {
+    const std::vector<Face> faces(triangles.begin(), triangles.end());
     QbRefHits hits{width, height, {}};
-    hits.pixels.resize(static_cast<std::size_t>(width * height));
-    for (const QbRefTriangle& triangle : triangles) {
-        const Bounds bounds = boundsOf(triangle, corners[1], width, height);
-        for (int y = bounds.top; y < bounds.bottom; y++)
-            for (int x = bounds.left; x < bounds.right; x++) {
-                const QbRef3 ray = qbRefRay(corners, (x + 0.5) / width, (y + 0.5) / height);
-                const std::optional<Weights> weights = intersect(ray, triangle.corners);
-                if (!weights) continue;
-                const QbRefPoint point = mix(*weights, triangle.corners);
-                QbRefHit& hit = hits.at(x, y);
-                if (point.position.z < nearValue || point.position.z > corners[0].z) continue;
-                if (hit.object == 0 || point.position.z < hit.point.position.z)
-                    hit = {triangle.object, true, point};
-            }
-    }
+    for (int y = 0; y < height; y++)
+        for (int x = 0; x < width; x++)
+            hits.pixels.push_back(
+                nearest(faces, qbRefRay(corners, (x + 0.5) / width, (y + 0.5) / height), nearValue));
     for (int y = 0; y < height; y++)
         for (int x = 0; x < width; x++)
             hits.at(x, y).isInner = isInner(hits, x, y);

@@ -1,7 +1,7 @@
 // Which point of which triangle a pixel shows, found with a ray through the pixel's centre.
 #pragma once
 
-#include "render/reference/geometry.h"
+#include "render/reference/formulas.h"
 
 #include <array>
 #include <vector>

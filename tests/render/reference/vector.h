@@ -10,35 +10,26 @@ struct QbRef2 {
 
 struct QbRef3 {
     double x = 0, y = 0, z = 0;
+
+    friend constexpr QbRef3 operator+(QbRef3 a, QbRef3 b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
+    friend constexpr QbRef3 operator-(QbRef3 a, QbRef3 b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
+    friend constexpr QbRef3 operator-(QbRef3 a) { return {-a.x, -a.y, -a.z}; }
+    friend constexpr QbRef3 operator*(QbRef3 a, double s) { return {a.x * s, a.y * s, a.z * s}; }
+    friend constexpr QbRef3 operator*(QbRef3 a, QbRef3 b) { return {a.x * b.x, a.y * b.y, a.z * b.z}; }
 };
 
 // A texel of a target or of a map.
 struct QbRef4 {
     double r = 0, g = 0, b = 0, a = 0;
+
+    friend constexpr QbRef4 operator+(QbRef4 c, QbRef4 d) {
+        return {c.r + d.r, c.g + d.g, c.b + d.b, c.a + d.a};
+    }
+    friend constexpr QbRef4 operator*(QbRef4 c, double s) { return {c.r * s, c.g * s, c.b * s, c.a * s}; }
+    friend constexpr bool operator==(QbRef4 c, QbRef4 d) {
+        return c.r == d.r && c.g == d.g && c.b == d.b && c.a == d.a;
+    }
 };
-
-constexpr QbRef3 operator+(QbRef3 a, QbRef3 b) {
-    return {a.x + b.x, a.y + b.y, a.z + b.z};
-}
-constexpr QbRef3 operator-(QbRef3 a, QbRef3 b) {
-    return {a.x - b.x, a.y - b.y, a.z - b.z};
-}
-constexpr QbRef3 operator-(QbRef3 a) {
-    return {-a.x, -a.y, -a.z};
-}
-constexpr QbRef3 operator*(QbRef3 a, double s) {
-    return {a.x * s, a.y * s, a.z * s};
-}
-constexpr QbRef3 operator*(QbRef3 a, QbRef3 b) {
-    return {a.x * b.x, a.y * b.y, a.z * b.z};
-}
-
-constexpr QbRef4 operator+(QbRef4 a, QbRef4 b) {
-    return {a.r + b.r, a.g + b.g, a.b + b.b, a.a + b.a};
-}
-constexpr QbRef4 operator*(QbRef4 a, double s) {
-    return {a.r * s, a.g * s, a.b * s, a.a * s};
-}
 
 constexpr double qbRefDot(QbRef3 a, QbRef3 b) {
     return a.x * b.x + a.y * b.y + a.z * b.z;
@@ -56,11 +47,8 @@ inline double qbRefSaturate(double v) {
     return std::clamp(v, 0.0, 1.0);
 }
 
-// What a channel of 8 bits holds after the write of `v`.
-inline double qbRefStore8(double v) {
-    return std::round(qbRefSaturate(v) * 255.0) / 255.0;
-}
-
+// What channels of 8 bits hold after the write of `v`.
 inline QbRef4 qbRefStore8(QbRef4 v) {
-    return {qbRefStore8(v.r), qbRefStore8(v.g), qbRefStore8(v.b), qbRefStore8(v.a)};
+    const auto store = [](double channel) { return std::round(qbRefSaturate(channel) * 255.0) / 255.0; };
+    return {store(v.r), store(v.g), store(v.b), store(v.a)};
 }
