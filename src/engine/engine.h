@@ -94,8 +94,9 @@ void qbEngineRestore();
 // --- frame ----------------------------------------------------------------------------------------------
 
 void qbEngineDrawFrame();
-// Draws everything that is loaded once, hidden or not, without showing it: what the driver compiles and
-// uploads at the first use of a shader or a texture shall not hold up the show. For the end of loading.
+// Draws all objects once, hidden or not, without showing them, and waits for the driver: what it compiles and
+// uploads at the first use of a shader or a texture shall not hold up the show. For the end of loading. Does
+// nothing without a renderer.
 void qbEngineWarmUp();
 void qbEngineSetBackground(uint32_t color); // 0xRRGGBB
 uint32_t qbEngineBackground();

@@ -74,6 +74,10 @@ void qbTargetDepthBehind(bool behind) {
     glDepthRange(behind ? DEPTH_STEPS : 0.0, behind ? 1.0 : 1.0 - DEPTH_STEPS);
 }
 
+void qbTargetFinish() {
+    if (isOpenGl()) glFinish();
+}
+
 void qbTargetRead(video::ITexture* texture, float* rgba) {
     const core::dimension2du size = texture->getSize();
     qbTargetSet(texture, false);

@@ -25,6 +25,9 @@ void qbTargetScissorOff();
 // itself moves back do lose: they are clipped to other depths. Binding a target ends it.
 void qbTargetDepthBehind(bool behind);
 
+// Waits until the driver has done all that it was told.
+void qbTargetFinish();
+
 // Texels of a target, rows from the top, 4 floats each (red, green, blue, alpha; channels that the format
 // lacks read 0, 0, 0, 1): width * height * 4 floats go to `rgba`. Between beginScene and endScene or not;
 // leaves the window bound. For tests and pictures: it waits for the driver.

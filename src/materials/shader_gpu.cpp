@@ -69,13 +69,23 @@ static QbGpuSource sourceOf(const QbIrrShader& shader) {
     return source;
 }
 
-// All that the program is made of.
+// What a record sets only now and then, or the engine only with a change of the material type, would reach
+// the next record: arrays from code, and assembly.
+static bool canShare(const QbIrrShader& shader) {
+    for (int i = 0; i < shader.variableCount; ++i)
+        if (!shader.variables[i].automatic && shader.variables[i].kind == QB_SHADER_FLOATN) return false;
+    return shader.highLevel != 0;
+}
+
+// All that the program is made of; its own for a record that cannot share.
 static std::string keyOf(const QbIrrShader& shader) {
-    std::string key = shader.highLevel ? "hlsl" : "assembly";
-    for (const char* part : {shader.vertexMain, shader.pixelMain, static_cast<const char*>(shader.vertexText),
-                             static_cast<const char*>(shader.pixelText)})
+    static int alone;
+    if (!canShare(shader)) return std::to_string(++alone);
+    std::string key(1, static_cast<char>(shader.baseMaterial));
+    for (const char* part :
+         {shader.vertexMain, shader.pixelMain, static_cast<const char*>(shader.vertexText)})
         key.append(1, '\0').append(part);
-    return key + static_cast<char>(shader.baseMaterial);
+    return key;
 }
 
 // Irrlicht holds the callback with its new material type. Null after a message.

@@ -12,9 +12,10 @@ class ITextureCUBE;
 struct QbIrrShader;
 
 // Compiles the texts, stores the material type and frees the texts. Records of the same texts share one
-// material type, each with its own values. Once, after a successful create. From then on the record belongs
-// to the material type and goes with the device. On failure -1, after a message with file, line, column and
-// reason of each error; the record stays the caller's and keeps its texts.
+// material type, each with its own values, but for assembly and arrays set from code. Once, after a
+// successful create. From then on the record belongs to the material type and goes with the device. On
+// failure -1, after a message with file, line, column and reason of each error; the record stays the caller's
+// and keeps its texts.
 int qbIrrShaderSetupGpuMaterial(QbIrrShader* shader);
 
 // Makes a material one of this shader's: its type, its blending, the filters and address modes of its
@@ -22,5 +23,6 @@ int qbIrrShaderSetupGpuMaterial(QbIrrShader* shader);
 // fields stay.
 void qbShaderApply(const QbIrrShader* shader, irr::video::SMaterial* material);
 
-// A cube map for a texture slot, 0 to QB_SHADER_TEXTURES_MAX - 1, bound whenever the shader is drawn.
+// A cube map for a texture slot, 0 to QB_SHADER_TEXTURES_MAX - 1, bound whenever the record is drawn, which
+// it must outlive; null takes it away.
 void qbShaderSetCubeMap(QbIrrShader* shader, int slot, const ITextureCUBE* texture);

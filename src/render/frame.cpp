@@ -220,17 +220,17 @@ void qbRendererDrawFrame(QbEngine* engine, QbLppState* state) {
 
 namespace {
 
-// Shows a node wherever it stands, and puts it back at the end.
-class Unhidden {
+// Shows a node wherever it stands, or hides it, and puts it back at the end.
+class Shown {
 public:
-    explicit Unhidden(scene::ISceneNode* node)
+    Shown(scene::ISceneNode* node, bool visible)
         : node_(node), visible_(node->isVisible()), culling_(node->getAutomaticCulling()) {
-        node->setVisible(true);
+        node->setVisible(visible);
         node->setAutomaticCulling(scene::EAC_OFF);
     }
-    Unhidden(const Unhidden&) = delete;
-    Unhidden& operator=(const Unhidden&) = delete;
-    ~Unhidden() {
+    Shown(const Shown&) = delete;
+    Shown& operator=(const Shown&) = delete;
+    ~Shown() {
         node_->setVisible(visible_);
         node_->setAutomaticCulling(culling_);
     }
@@ -244,14 +244,19 @@ private:
 } // namespace
 
 void qbRendererWarmUp(QbEngine* engine, QbLppState* state) {
-    std::deque<Unhidden> shown;
+    const QbPassHook hook = std::exchange(passHook, nullptr); // this is no frame
+    std::deque<Shown> nodes;
     for (int id = 0; id < qbIdListCapacity(engine->objects); ++id) {
         auto* object = static_cast<QbObjectRec*>(qbIdListGet(engine->objects, id));
-        if (scene::ISceneNode* node = qbObjectActiveNode(object)) shown.emplace_back(node);
+        if (scene::ISceneNode* node = qbObjectActiveNode(object)) nodes.emplace_back(node, true);
     }
+    // Hidden, it gives the view all the same, and one that the user steers does not start its clock.
+    nodes.emplace_back(engine->smgr->getActiveCamera(), false);
     drawPicture(engine, state);
     qbTargetSet(state->lightRTT, false);
     qbLppWarmUpLights(engine, state);
     qbLppGlow(engine, state);
     qbTargetSetWindow();
+    qbTargetFinish();
+    passHook = hook;
 }

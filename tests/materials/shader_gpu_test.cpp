@@ -125,6 +125,10 @@ TEST_F(ShaderGpu, RecordsOfOneTextShareTheirProgram) {
     QbIrrShader* const shaders[] = {load(text), load(text), load(text + "// another")};
     EXPECT_EQ(shaders[0]->materialType, shaders[1]->materialType);
     EXPECT_NE(shaders[0]->materialType, shaders[2]->materialType);
+    // An array that one record sets from code must not reach the other.
+    const std::string array =
+        "//[QUAB_BEGIN]\n//floatN A : 1; pixel\n//[QUAB_END]\n" + text.substr(text.find("float Grey;"));
+    EXPECT_NE(load(array)->materialType, load(array)->materialType);
     for (size_t i = 0; i < 3; ++i)
         qbShaderSetFloat(shaders[i], "Grey", 0.25F * static_cast<float>(i + 1));
     for (const size_t i : {0, 1, 2, 1, 0}) {
