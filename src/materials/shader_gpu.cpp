@@ -77,7 +77,7 @@ static bool canShare(const QbIrrShader& shader) {
     return shader.highLevel != 0;
 }
 
-// All that the program is made of; its own for a record that cannot share.
+// All that an HLSL program is made of, whose two texts are one; its own for a record that cannot share.
 static std::string keyOf(const QbIrrShader& shader) {
     static int alone;
     if (!canShare(shader)) return std::to_string(++alone);
