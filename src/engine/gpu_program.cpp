@@ -204,19 +204,14 @@ static void uploadMatrix(const Constant& constant, const float* packed) {
     }
 }
 
-static void uploadFloats(const Constant& constant, const float* packed) {
-    const GLint at = constant.location;
-    const GLsizei count = constant.elements;
-    switch (constant.columns) {
-    case 1:
-        return glUniform1fv(at, count, packed);
-    case 2:
-        return glUniform2fv(at, count, packed);
-    case 3:
-        return glUniform3fv(at, count, packed);
-    default:
-        return glUniform4fv(at, count, packed);
-    }
+// Of scalars and vectors; one function of the driver for each number of columns.
+template <class T>
+using Upload = void (*)(GLint location, GLsizei count, const T* values);
+
+template <class T>
+static void uploadVectors(const Constant& constant, const T* packed,
+                          const std::array<Upload<T>, 4>& byColumns) {
+    byColumns.at(static_cast<size_t>(constant.columns - 1))(constant.location, constant.elements, packed);
 }
 
 static GLint toInteger(QbHlslType type, float x) {
@@ -226,44 +221,14 @@ static GLint toInteger(QbHlslType type, float x) {
     return static_cast<GLint>(x >= lowest ? std::min(x, 2147483520.0F) : lowest);
 }
 
-static void uploadSigned(const Constant& constant, const GLint* packed) {
-    const GLint at = constant.location;
-    const GLsizei count = constant.elements;
-    switch (constant.columns) {
-    case 1:
-        return glUniform1iv(at, count, packed);
-    case 2:
-        return glUniform2iv(at, count, packed);
-    case 3:
-        return glUniform3iv(at, count, packed);
-    default:
-        return glUniform4iv(at, count, packed);
-    }
-}
-
-static void uploadUnsigned(const Constant& constant, const GLint* packed) {
-    const GLint at = constant.location;
-    const GLsizei count = constant.elements;
-    const GLuint* values = reinterpret_cast<const GLuint*>(packed);
-    switch (constant.columns) {
-    case 1:
-        return glUniform1uiv(at, count, values);
-    case 2:
-        return glUniform2uiv(at, count, values);
-    case 3:
-        return glUniform3uiv(at, count, values);
-    default:
-        return glUniform4uiv(at, count, values);
-    }
-}
-
 static void uploadIntegers(const Constant& constant, const float* packed, GLint* integers) {
     std::transform(packed, packed + constant.floats(), integers,
                    [&](float x) { return toInteger(constant.type, x); });
     if (constant.type == QB_HLSL_INT)
-        uploadSigned(constant, integers);
+        uploadVectors<GLint>(constant, integers, {glUniform1iv, glUniform2iv, glUniform3iv, glUniform4iv});
     else
-        uploadUnsigned(constant, integers);
+        uploadVectors<GLuint>(constant, reinterpret_cast<const GLuint*>(integers),
+                              {glUniform1uiv, glUniform2uiv, glUniform3uiv, glUniform4uiv});
 }
 
 static void uploadByName(const Constant& constant, const float* packed,
@@ -283,7 +248,7 @@ static void upload(QbGpuProgram* program, const Constant& constant) {
     else if (constant.rows > 1)
         uploadMatrix(constant, packed);
     else
-        uploadFloats(constant, packed);
+        uploadVectors<float>(constant, packed, {glUniform1fv, glUniform2fv, glUniform3fv, glUniform4fv});
 }
 
 // Writes the constant's own part of the values to `held`; true when that changed it.

@@ -107,13 +107,8 @@ static bool isKeyword(std::string_view word) {
 
 // Where the operand that ends the words given out begins: a name, fields, indices, calls.
 size_t Rewriter::operandStart() const {
-    static constexpr std::string_view keywords[] = {"return", "if",   "while", "for",
-                                                    "switch", "else", "do",    "case"};
     const std::vector<HlslToken>& out = scan_->tokens;
-    const auto isName = [&](size_t i) {
-        return out[i].kind == HlslKind::Name &&
-               std::find(std::begin(keywords), std::end(keywords), out[i].text) == std::end(keywords);
-    };
+    const auto isName = [&](size_t i) { return out[i].kind == HlslKind::Name && !isKeyword(out[i].text); };
     size_t start = out.size() - 1;
     while (true) {
         const std::string_view text = out[start].text;

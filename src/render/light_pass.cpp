@@ -6,7 +6,6 @@
 #include "render/passes.h"
 #include "render/pipeline.h"
 
-#include <algorithm>
 #include <cmath>
 
 using namespace irr;
@@ -52,8 +51,8 @@ static void setVector(QbIrrShader* shader, const char* name, const core::vector3
     qbShaderSetFloat3(shader, name, value.X, value.Y, value.Z);
 }
 
-static void setRange(QbIrrShader* shader, const View& view, const video::SLight& light) {
-    setVector(shader, "LightPosition", positionIn(view, light.Position));
+static void setRange(QbIrrShader* shader, const core::vector3df& position, const video::SLight& light) {
+    setVector(shader, "LightPosition", position);
     qbShaderSetFloat(shader, "InvLightRadiusSqr", 1.0F / light.Radius * (1.0F / light.Radius));
 }
 
@@ -65,19 +64,20 @@ static void setCones(QbIrrShader* shader, const video::SLight& light) {
     qbShaderSetFloat2(shader, "SpotlightAngles", isSharp ? outer + 1e-6F : inner, outer);
 }
 
-// The shader of the light's kind, with its constants; `last` for a kind that does not exist.
-static QbIrrShader* prepareLight(QbLppState* state, const View& view, video::E_LIGHT_TYPE type,
-                                 const video::SLight& light, QbIrrShader* last) {
+// The shader of the light's kind, with its constants; `last` for a kind that does not exist. `position` is
+// the light's in view space.
+static QbIrrShader* prepareLight(QbLppState* state, const View& view, const core::vector3df& position,
+                                 video::E_LIGHT_TYPE type, const video::SLight& light, QbIrrShader* last) {
     QbIrrShader* shader = last;
     switch (type) {
     case video::ELT_POINT:
         shader = state->lightPass[QB_LIGHT_POINT];
-        setRange(shader, view, light);
+        setRange(shader, position, light);
         break;
     case video::ELT_SPOT:
         shader = state->lightPass[QB_LIGHT_SPOT];
         setVector(shader, "LightDirection", directionIn(view, light.Direction));
-        setRange(shader, view, light);
+        setRange(shader, position, light);
         setCones(shader, light);
         break;
     case video::ELT_DIRECTIONAL:
@@ -94,14 +94,13 @@ static QbIrrShader* prepareLight(QbLppState* state, const View& view, video::E_L
 // --- drawing --------------------------------------------------------------------------------------------
 
 // Outside its range a light adds nothing: only the pixels that the range can touch are drawn. False: none.
-static bool limitToRange(const QbLppState* state, const View& view, video::E_LIGHT_TYPE type,
-                         const video::SLight& light) {
+static bool limitToRange(const QbLppState* state, const View& view, const core::vector3df& position,
+                         video::E_LIGHT_TYPE type, const video::SLight& light) {
     if (type != video::ELT_POINT && type != video::ELT_SPOT) return true;
     // The shaders square it: a negative range is as good.
     const float range = std::abs(light.Radius);
     if (!(range > 0.0F)) return false;
-    const core::recti pixels =
-        qbSphereBounds(positionIn(view, light.Position), range, view.projection, state->lightRTT->getSize());
+    const core::recti pixels = qbSphereBounds(position, range, view.projection, state->lightRTT->getSize());
     if (pixels.getWidth() <= 0 || pixels.getHeight() <= 0) return false;
     qbTargetScissor(pixels);
     return true;
@@ -115,8 +114,9 @@ void qbLppLightPass(QbEngine* engine, QbLppState* state, const core::array<scene
         auto* node = static_cast<scene::ILightSceneNode*>(lights[i]);
         const video::E_LIGHT_TYPE type = node->getLightType();
         const video::SLight& light = node->getLightData();
-        if (!limitToRange(state, view, type, light)) continue;
-        shader = prepareLight(state, view, type, light, shader);
+        const core::vector3df position = positionIn(view, light.Position);
+        if (!limitToRange(state, view, position, type, light)) continue;
+        shader = prepareLight(state, view, position, type, light, shader);
         qbLppDrawQuad(engine, state->screenQuad, shader);
         qbTargetScissorOff();
     }

@@ -3,7 +3,6 @@
 #include "render/screen_quad.h"
 
 #include <irrlicht/irrlicht.h>
-#include <memory>
 
 // What the renderer keeps for the whole run: targets, shaders, quads.
 //
