@@ -2,6 +2,7 @@
 #include "engine/render_target.h"
 #include "materials/surface.h"
 #include "materials/surface_mark.h"
+#include "render/draw_order.h"
 #include "render/passes.h"
 #include "render/pipeline.h"
 #include "render/renderer.h"
@@ -49,6 +50,7 @@ private:
     bool inSolidPass_ = false;
     bool hasObject_ = false; // the node that is being drawn has an object record
     int surfacesDrawn_ = 0;
+    QbDrawOrder order_;
     QbSavedMaterials saved_;
     core::array<scene::ISceneNode*> lights_; // in the order of the scene graph
     std::vector<std::pair<float, u32>> byDistance_;
@@ -76,6 +78,7 @@ void Passes::begin(QbEngine* engine, QbLppState* state) {
     qbSurfaceMarksClear();
     // Sky boxes have no place in this frame.
     silence(&engine->driver->getOverrideMaterial(), scene::ESNRP_SKY_BOX);
+    order_.impose(engine);
 }
 
 // --- lights ---------------------------------------------------------------------------------------------
@@ -83,6 +86,7 @@ void Passes::begin(QbEngine* engine, QbLppState* state) {
 // The first eight of the list are the lights of the fixed pipeline, which draws the transparent surfaces:
 // they shall be the nearest ones.
 void Passes::OnPreRender(core::array<scene::ISceneNode*>& lightList) {
+    order_.restore(); // all nodes have registered
     const core::vector3df eye = engine_->smgr->getActiveCamera()->getAbsolutePosition();
     byDistance_.clear();
     for (u32 i = 0; i < lightList.size(); ++i) {

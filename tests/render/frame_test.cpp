@@ -192,6 +192,29 @@ TEST_F(FrameTest, ShaderAndTransparencyKeepASurfaceOutOfTheGeometryBuffer) {
     EXPECT_NEAR(atCell(picture, 1).a, 0.3, STEP) << "the glow of the solid shader";
 }
 
+// Where two objects share a plane the later draw wins. Those of the first one's texture go first, then by id,
+// wherever the textures lie in memory.
+TEST_F(FrameTest, SolidObjectsAreDrawnByTextureAndThenById) {
+    const auto white = [](int, int) { return 0xFFFFFFFF; };
+    addTexture("one", 4, white);
+    addTexture("two", 4, white);
+    const char* const orders[][2] = {{"one", "two"}, {"two", "one"}};
+    for (const auto& names : orders) {
+        const struct {
+            const char* texture;
+            float luminosity;
+        } objects[] = {{names[0], 0.2F}, {names[1], 0.4F}, {names[1], 0.6F}, {names[0], 0.8F}};
+        for (const auto& object : objects) {
+            const StageSurface surface = shining(1, 1, 1).value(QB_SURFACE_LUMINOSITY, object.luminosity);
+            const int id = add(tile(0, 100, COLUMNS, ROWS), surface);
+            node(id)->getMaterial(0).setTexture(0, qbEngineGet()->driver->getTexture(object.texture));
+        }
+        frame();
+        expectRgb(names[0], atCell(scene(), 0), {0.6, 0.6, 0.6});
+        clear();
+    }
+}
+
 // A node of four materials: lit, transparent, solid but with transparency, without a surface.
 TEST_F(FrameTest, MaterialsOfOneNodeGoTheirOwnWays) {
     auto* mesh = new scene::SMesh();
