@@ -14,6 +14,7 @@
 enum { PATH_SIZE = 2048 };
 
 static int qbFileMode = QB_FILE_STDIO;
+static const tarlib_arch* qbFileArchive = nullptr;
 static char qbFileSeparator = '/';
 static char qbFileRoot[PATH_SIZE] = "";
 
@@ -166,6 +167,53 @@ int32_t qbFileDataSize(const QbFile* file) {
     return isMemory(file) ? memoryHandle(file)->size : 0;
 }
 
+// --- entries of an archive ------------------------------------------------------------------------------
+
+static tarlib_file* tarHandle(const QbFile* file) {
+    return static_cast<tarlib_file*>(file->handle);
+}
+
+static int tarSeek(QbFile* file, long offset, int origin) {
+    return tarlib_fseek(tarHandle(file), offset, origin);
+}
+
+static size_t tarRead(void* buffer, size_t size, size_t count, QbFile* file) {
+    return tarlib_fread(buffer, size, count, tarHandle(file));
+}
+
+static int tarGetc(QbFile* file) {
+    int8_t character = 0;
+    return tarRead(&character, 1, 1, file) == 1 ? character : -1;
+}
+
+static char* tarGets(char* buffer, int length, QbFile* file) {
+    int stored = 0;
+    while (stored < length && tarRead(buffer + stored, 1, 1, file) == 1) {
+        if (buffer[stored++] != '\n') break;
+    }
+    return stored > 0 ? buffer : nullptr;
+}
+
+static long tarTell(QbFile* file) {
+    return tarlib_ftell(tarHandle(file));
+}
+
+static int tarClose(QbFile* file) {
+    const int result = tarlib_fclose(tarHandle(file));
+    delete file;
+    return result;
+}
+
+static QbFile* openTar(const char* name, const char* mode) {
+    std::unique_ptr<tarlib_file, decltype(&tarlib_fclose)> handle(
+        tarlib_arch_fopen(qbFileArchive, name, mode), tarlib_fclose);
+    if (!handle) return nullptr;
+    auto* file =
+        new (std::nothrow) QbFile{handle.get(), tarSeek, tarRead, tarGetc, tarGets, tarTell, tarClose};
+    if (file) handle.release();
+    return file;
+}
+
 // --- opening --------------------------------------------------------------------------------------------
 
 static QbFile* readWhole(QbFile* file) {
@@ -192,6 +240,9 @@ QbFile* qbFileOpen(const char* name, const char* mode) {
         return openStdio(path, mode);
     case QB_FILE_MEMORY:
         return readWhole(openStdio(path, mode));
+    case QB_FILE_TAR:
+    case QB_FILE_OWNED_TAR:
+        return openTar(path, mode);
     default:
         return nullptr;
     }
@@ -207,6 +258,16 @@ void qbFileUseStdio() {
 
 void qbFileUseMemory() {
     qbFileMode = QB_FILE_MEMORY;
+}
+
+void qbFileUseTar(const tarlib_arch* archive) {
+    qbFileMode = QB_FILE_TAR;
+    qbFileArchive = archive;
+}
+
+void qbFileUseOwnedTar(const QbFileOwner* owner) {
+    qbFileMode = QB_FILE_OWNED_TAR;
+    qbFileArchive = owner ? &owner->archive : nullptr;
 }
 
 // --- calling through the record -------------------------------------------------------------------------
@@ -229,6 +290,10 @@ int qbFileGetc(QbFile* file) {
 
 char* qbFileGets(char* buffer, int length, QbFile* file) {
     return file->gets(buffer, length, file);
+}
+
+int qbFileHasLines(const QbFile* file) {
+    return file->gets == stdioGets ? 1 : 0;
 }
 
 long qbFileTell(QbFile* file) {
@@ -262,7 +327,7 @@ static void setRoot(const std::string& path) {
 }
 
 void qbFileSetRoot(const char* path) {
-    setRoot(path);
+    setRoot(path ? path : "");
 }
 
 void qbFileRootAppend(const char* name) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "storage/tar.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -25,13 +27,20 @@ struct qbMemoryFile {
 
 enum { QB_FILE_STDIO = 0, QB_FILE_MEMORY = 1, QB_FILE_TAR = 2, QB_FILE_OWNED_TAR = 3 };
 
-// Opens the name behind the root, with the C library's mode. Null when it can not be opened or when the
-// switch holds an unknown number. Plain names resolve as platform/path.h says.
+// What an archive may lie in for mode 3, beside whatever else its owner keeps.
+struct QbFileOwner {
+    tarlib_arch archive;
+};
+
+// Opens the name behind the root, with the C library's mode; entries of an archive are only read, whatever
+// the mode. Null when it can not be opened, when there is no archive, or when it is closed. Plain names
+// resolve as platform/path.h says, entries by their exact name.
 QbFile* qbFileOpen(const char* name, const char* mode);
 
 int qbFileClose(QbFile* file);
-// Origins: 0 start, 1 current position, 2 end. A memory file counts origin 2 backwards: offset 10 stands ten
-// bytes before the end. A position outside the file is refused: non-zero, nothing moves.
+// Origins: 0 start, 1 current position, 2 end. Memory files and archive entries count origin 2 backwards:
+// offset 10 stands ten bytes before the end, and a position outside of them is refused: non-zero, nothing
+// moves.
 int qbFileSeek(QbFile* file, long offset, int origin);
 size_t qbFileRead(void* buffer, size_t size, size_t count, QbFile* file);
 // Plain files give 0 to 255, as the C library; memory files and archive entries a signed character. -1 at the
@@ -39,7 +48,9 @@ size_t qbFileRead(void* buffer, size_t size, size_t count, QbFile* file);
 int qbFileGetc(QbFile* file);
 // Plain files read a line as the C library does. Memory files and archive entries store line feeds up to and
 // with the first other character, and no terminator: they can not be read by lines.
+// Never more than `length` characters; null at the end, or when none fits.
 char* qbFileGets(char* buffer, int length, QbFile* file);
+int qbFileHasLines(const QbFile* file); // 1 when qbFileGets reads by lines, else 0
 long qbFileTell(QbFile* file);
 
 // Size in bytes, -1 on failure; the position stays.
@@ -54,8 +65,12 @@ QbFile* qbFileLoad(const char* name, const char* mode);
 const uint8_t* qbFileData(const QbFile* file);
 int32_t qbFileDataSize(const QbFile* file);
 
+// What opening means from here on; files that are open keep what they are. An archive stays the caller's: it
+// must outlive the mode and the files. A null one is the mode in which nothing opens.
 void qbFileUseStdio();
 void qbFileUseMemory();
+void qbFileUseTar(const tarlib_arch* archive);
+void qbFileUseOwnedTar(const QbFileOwner* owner);
 
 void qbFileSetSeparator(char separator);
 char qbFileSeparatorGet();

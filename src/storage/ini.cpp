@@ -37,8 +37,9 @@ static bool readText(const char* name, std::string& text) {
         fprintf(stderr, "iniparser: cannot open %s\n", name);
         return false;
     }
-    if (qbFileData(file.get())) {
-        fprintf(stderr, "iniparser: %s can not be read by lines from memory\n", name);
+    if (!qbFileHasLines(file.get())) {
+        const char* place = qbFileData(file.get()) ? "memory" : "an archive";
+        fprintf(stderr, "iniparser: %s can not be read by lines from %s\n", name, place);
         return false;
     }
     char line[LINE_SIZE] = "";
@@ -51,7 +52,6 @@ static bool readText(const char* name, std::string& text) {
             fprintf(stderr, "iniparser: %s is too large\n", name);
             return false;
         }
-        memset(line, 0, sizeof(line)); // an archive's entry brings no terminator
     }
     return true;
 }

@@ -1,9 +1,11 @@
 #include "storage/file.h"
 
+#include "storage/ini.h"
 #include "support/messages.h"
 #include "support/temporary_directory.h"
 
 #include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <memory>
@@ -80,7 +82,7 @@ TEST_F(FileLayer, PutsTheRootInFront) {
     EXPECT_STREQ(qbFileParent(qbFileParent("a/b/c.x")), "a"); // out of its own buffer
 }
 
-TEST_F(FileLayer, SeeksWithinTheBoundsOfMemory) {
+TEST_F(FileLayer, SeeksWithinTheBoundsOfMemoryAndEntries) {
     const struct {
         long offset;
         int origin;
@@ -89,11 +91,22 @@ TEST_F(FileLayer, SeeksWithinTheBoundsOfMemory) {
                  {-5, 1, 0},        {-6, 1, -1},      {0, 2, 10},  {10, 2, 0},  {3, 2, 7},
                  {11, 2, -1},       {-1, 2, -1},      {0, 3, -1},  {0, -1, -1}, {LONG_MAX, 1, -1},
                  {LONG_MIN, 1, -1}, {LONG_MIN, 2, -1}};
-    for (const auto& [offset, origin, position] : cases) {
-        ASSERT_EQ(qbFileSeek(memory.get(), 5, 0), 0);
-        EXPECT_EQ(qbFileSeek(memory.get(), offset, origin) == 0, position != -1) << offset << ' ' << origin;
-        EXPECT_EQ(qbFileTell(memory.get()), position == -1 ? 5 : position) << offset << ' ' << origin;
+    ASSERT_EQ(std::system("tar cf a.tar Data"), 0);
+    tarlib_arch archive;
+    ASSERT_EQ(tarlib_arch_open_file(&archive, "a.tar"), 0);
+    qbFileUseTar(&archive);
+    {
+        const File entry = opened("Data/a.bin");
+        ASSERT_TRUE(entry);
+        for (QbFile* file : {memory.get(), entry.get()}) {
+            for (const auto& [offset, origin, position] : cases) {
+                ASSERT_EQ(qbFileSeek(file, 5, 0), 0);
+                EXPECT_EQ(qbFileSeek(file, offset, origin) == 0, position != -1) << offset << ' ' << origin;
+                EXPECT_EQ(qbFileTell(file), position == -1 ? 5 : position) << offset << ' ' << origin;
+            }
+        }
     }
+    tarlib_arch_close(&archive);
 }
 
 TEST_F(FileLayer, ReadsMemoryUpToItsEnd) {
@@ -114,4 +127,46 @@ TEST_F(FileLayer, ReadsMemoryUpToItsEnd) {
     EXPECT_EQ(qbFileGets(bytes, 4, memory.get()), nullptr);
     EXPECT_EQ(qbFileOpenMemory(text, -1), nullptr);
     EXPECT_EQ(qbFileOpenMemory(nullptr, 1), nullptr);
+}
+
+TEST_F(FileLayer, ReadsEntriesOfAnArchive) {
+    directory.write("data/b", "\xFE\n\nb\n\n\n\n\n\n");
+    ASSERT_EQ(std::system("tar cf a.tar Data data"), 0);
+    QbFileOwner owner = {};
+    ASSERT_EQ(tarlib_arch_open_file(&owner.archive, "a.tar"), 0);
+    qbFileSetRoot("data");
+    for (const bool owned : {false, true}) {
+        owned ? qbFileUseOwnedTar(&owner) : qbFileUseTar(&owner.archive);
+        const File file = opened("b");
+        ASSERT_TRUE(file);
+        EXPECT_FALSE(opened("B"));
+        EXPECT_FALSE(opened(""));
+        EXPECT_EQ(qbFileGetc(file.get()), -2);
+        bytes[4] = '.';
+        EXPECT_EQ(qbFileGets(bytes, 0, file.get()), nullptr);
+        for (const long position : {4, 8, 10})
+            EXPECT_EQ(qbFileGets(bytes, 4, file.get()) ? qbFileTell(file.get()) : 0, position);
+        EXPECT_EQ(bytes[4], '.') << "a character behind the length";
+        EXPECT_EQ(qbFileGets(bytes, 4, file.get()), nullptr);
+        EXPECT_EQ(qbFileGetc(file.get()), -1);
+        EXPECT_EQ(qbFileSeek(file.get(), 7, 2), 0);
+        EXPECT_EQ(qbFileSize(file.get()), 10);
+        EXPECT_EQ(qbFileRead(bytes, 2, 9, file.get()), 3U);
+        EXPECT_EQ(bytes[0], 'b');
+        EXPECT_EQ(qbFileDataSize(File(qbFileLoad("b", "rb"), qbFileClose).get()), 10);
+
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(qbIniLoad("b"), nullptr);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  "iniparser: b can not be read by lines from an archive\n");
+    }
+    const File left = opened("b");
+    tarlib_arch_close(&owner.archive);
+    EXPECT_EQ(qbFileSize(left.get()), -1);
+    EXPECT_EQ(qbFileRead(bytes, 1, 1, left.get()), 0U);
+    EXPECT_FALSE(opened("b"));
+    qbFileUseTar(nullptr);
+    EXPECT_FALSE(opened("b"));
+    qbFileUseOwnedTar(nullptr);
+    EXPECT_FALSE(opened("b"));
 }
