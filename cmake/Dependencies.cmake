@@ -16,6 +16,15 @@ qb_static_library(QB_JPEG_A jpeg)
 qb_static_library(QB_BZ2_A bz2)
 qb_static_library(QB_Z_A z)
 qb_static_library(QB_INIPARSER_A iniparser)
+qb_static_library(QB_MSPACK_A mspack)
+
+add_library(qb_zlib INTERFACE)
+target_link_libraries(qb_zlib INTERFACE ${QB_Z_A})
+
+add_library(qb_mspack INTERFACE)
+target_link_libraries(qb_mspack INTERFACE ${QB_MSPACK_A})
+find_path(QB_MSPACK_INCLUDE mspack.h REQUIRED)
+target_include_directories(qb_mspack SYSTEM INTERFACE ${QB_MSPACK_INCLUDE})
 
 add_library(qb_png INTERFACE)
 target_link_libraries(qb_png INTERFACE ${QB_PNG_A} ${QB_Z_A} m)
