@@ -6,8 +6,8 @@ say() { printf '\n== %s\n' "$*"; }
 BUILD_PACKAGES="g++ cmake ninja-build pkg-config libirrlicht-dev libiniparser-dev libfltk1.3-dev libgstreamer1.0-dev
     libx11-dev libxext-dev libxxf86vm-dev libxrandr-dev libxft-dev libfontconfig-dev libxfixes-dev libxrender-dev
     libxcursor-dev libxinerama-dev libgl-dev libepoxy-dev libpng-dev libjpeg-dev libbz2-dev zlib1g-dev libmp3lame-dev
-    glslang-dev spirv-tools libspirv-cross-c-shared-dev"
-RUN_PACKAGES="xvfb x11-utils libgl1-mesa-dri gstreamer1.0-plugins-base gstreamer1.0-plugins-good"
+    glslang-dev spirv-tools libspirv-cross-c-shared-dev libmspack-dev"
+RUN_PACKAGES="xvfb x11-utils libgl1-mesa-dri gstreamer1.0-plugins-base gstreamer1.0-plugins-good gcab"
 TEST_PACKAGES="clang-format libgtest-dev libbenchmark-dev xdotool assimp-testmodels ffmpeg gstreamer1.0-plugins-bad git"
 
 # Installs those of the named packages that are missing.
