@@ -7,6 +7,7 @@
 #include "materials/camera_shaders.h"
 #include "platform/message.h"
 #include "platform/path.h"
+#include "platform/process.h"
 #include "platform/text.h"
 #include "scene/runtime/slots.h"
 
@@ -103,12 +104,14 @@ static bool loadScene(const char* baseDir, Owner& owner, int isExtra, NextScene&
 }
 
 static bool loadPartScenes(const char* baseDir, QbDemoPart& part, NextScene& next) {
+    if (qbProcessEndAsked() != 0) return false;
     if (part.filename[0] && !loadScene(baseDir, part, 0, next)) {
         qbMessage("Fail to load scene %s", part.filename);
         return false;
     }
     for (int index = 0; index < part.extraCount; index++) {
         QbDemoExtra& extra = part.extras[index];
+        if (qbProcessEndAsked() != 0) return false;
         if (extra.filename[0] && !loadScene(baseDir, extra, 1, next)) {
             qbMessage("Fail to load in scene %s the extra id=%d %s", part.filename, index, extra.filename);
             return false;

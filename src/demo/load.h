@@ -10,6 +10,7 @@ int qbDemoPrepare(QbDemo* demo); // run-time fields to "none"; always 0
 // The current directory is the script's from then on. A directory that the script leaves out (tunes,
 // palettes, shaders) means the script's own. `shadersEnabled` is the setup's switch for shader windows.
 int qbDemoLoad(QbDemo* demo, const char* path, int shadersEnabled);
+// Stops ahead of the next scene, without a message, when the process is asked to end.
 int qbDemoLoadScenes(QbDemo* demo, const char* baseDir);
 int qbDemoLoadMusics(QbDemo* demo);
 int qbDemoLoadPalettes(QbDemo* demo);

@@ -212,6 +212,11 @@ static void stepTimeline(Player& player) {
 
 // --- the loop -------------------------------------------------------------------------------------------
 
+void qbDemoGetReady() {
+    qbEngineWarmUp();
+    qbEngineSleep(START_PAUSE);
+}
+
 int qbDemoPlay(QbDemo* demo) {
     Player player = {demo};
     player.base = qbEngineTime();
@@ -232,8 +237,7 @@ int qbDemoRun(const char* path, int shadersEnabled) {
     if (!demo) return -1;
     const int result = qbDemoLoad(demo.get(), path, shadersEnabled);
     if (result == 0) {
-        qbEngineWarmUp();
-        qbEngineSleep(START_PAUSE);
+        qbDemoGetReady();
         qbDemoPlay(demo.get());
     }
     qbDemoFree(demo.get());

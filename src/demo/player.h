@@ -2,6 +2,9 @@
 
 #include "demo/demo.h"
 
+// The end of loading: everything is drawn once, unseen, and the last loading picture stands for half a
+// second.
+void qbDemoGetReady();
 // Plays a loaded demo to its end, Escape or the closing of the window. Always 0.
 int qbDemoPlay(QbDemo* demo);
 // Loads, plays and frees the demo of a script. 0, or -1 when it did not load. `shadersEnabled`: the setup's

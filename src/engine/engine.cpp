@@ -241,7 +241,7 @@ int qbEngineClose() {
 
 int qbEngineIsOver() {
     qbEventReceiver()->BeginFrame();
-    if (!engine.device || !engine.device->run() || qbWindowLost()) return 1;
+    if (!engine.device || !engine.device->run() || qbWindowLost() || qbProcessEndAsked()) return 1;
     return qbEventReceiver()->IsKeyDown(KEY_ESCAPE);
 }
 

@@ -85,7 +85,7 @@ int qbEngineOpen(const QbSetup* setup);
 int qbEngineClose();
 QbEngine* qbEngineGet(); // never null; all zero while closed
 // Pumps the window's messages: call it once a frame. 1 when the window is gone or was asked to close, when
-// Escape is down, and when nothing is open.
+// Escape is down, when the process was asked to end, and when nothing is open.
 int qbEngineIsOver();
 int qbEngineIsActive();
 void qbEngineMaximize();

@@ -32,6 +32,12 @@ static std::vector<std::string_view> components(std::string_view name) {
     return parts;
 }
 
+static std::vector<std::string> sortedNames(const std::string& directory) {
+    std::vector<std::string> names = qbSystemList(directory);
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
 // Two directories may differ in case alone, with the file in either: each is followed to its end before the
 // next is tried, the exact one first, the others in byte order so that the answer does not depend on the
 // disk.
@@ -45,9 +51,7 @@ static bool walk(const std::string& directory, const std::vector<std::string_vie
     if (qbSystemExists(exact) && walk(exact, parts, index + 1, found)) return true;
     if (parts[index] == "." || parts[index] == "..") return false;
 
-    std::vector<std::string> names = qbSystemList(directory.empty() ? "." : directory);
-    std::sort(names.begin(), names.end());
-    for (const std::string& name : names) {
+    for (const std::string& name : sortedNames(directory.empty() ? "." : directory)) {
         if (name == parts[index] || !qbSameText(name, parts[index])) continue;
         if (walk(joined(directory, name), parts, index + 1, found)) return true;
     }
@@ -66,6 +70,10 @@ bool qbPathResolve(const char* name, std::string& found) {
     if (!walk(rooted ? "/" : "", components(wanted), 0, real) || !qbSystemExists(real)) return false;
     found = real;
     return true;
+}
+
+bool qbPathIsFile(const std::string& name) {
+    return qbSystemIsFile(name);
 }
 
 // A backslash is a letter of the name where a file has it in its name, and a separator everywhere else.
@@ -160,6 +168,12 @@ const char* qbProgramDirectory() {
 }
 
 // --- looking for files ----------------------------------------------------------------------------------
+
+std::vector<std::string> qbPathList(const char* directory) {
+    std::string found;
+    if (!qbPathResolve(directory, found)) return {};
+    return sortedNames(found);
+}
 
 int qbFileExists(const char* path) {
     std::FILE* file = qbPathOpen(path, "rb");

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 // Paths and files as the user names them.
 //
@@ -20,6 +21,9 @@ bool qbPathResolve(const char* name, std::string& found);
 // it.
 std::FILE* qbPathOpen(const char* name, const char* mode);
 
+// True for a plain file and a link to one, under this very name.
+bool qbPathIsFile(const std::string& name);
+
 // The name with its extension: "xport/ville.quab" gives "ville.quab". 256 characters at most.
 const char* qbBaseName(const char* path);
 // The directory with its trailing separator, "" for a plain name. 2048 characters at most.
@@ -32,6 +36,9 @@ const char* qbCurrentDirectory();
 int qbSetDirectory(const char* path);
 // The directory of the running program with its trailing separator, worked out once; null when that fails.
 const char* qbProgramDirectory();
+// The names in a directory, resolved as above, in byte order, without "." and ".."; none when it can not be
+// read.
+std::vector<std::string> qbPathList(const char* directory);
 // 1 when the file opens for reading, else 0.
 int qbFileExists(const char* path);
 // The first of these that exists, else the name itself: `name`, "shaders/name", and both again below the

@@ -12,6 +12,11 @@ bool qbSystemExists(const std::string& name) {
     return stat(name.c_str(), &info) == 0;
 }
 
+bool qbSystemIsFile(const std::string& name) {
+    struct stat info;
+    return stat(name.c_str(), &info) == 0 && S_ISREG(info.st_mode);
+}
+
 bool qbSystemIsAbsolute(const std::string& name) {
     return !name.empty() && name[0] == '/';
 }

@@ -7,6 +7,7 @@
 // What path.cpp needs of the operating system. Names are taken exactly as given, with '/' as separator.
 
 bool qbSystemExists(const std::string& name);
+bool qbSystemIsFile(const std::string& name); // links are followed
 // True for a name that does not depend on the current directory.
 bool qbSystemIsAbsolute(const std::string& name);
 // The names in a directory in no particular order, without "." and ".."; none when it can not be read.

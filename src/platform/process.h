@@ -16,3 +16,10 @@ long long qbProcessTime();
 
 // 1 when a window could be opened (an X display answers), else 0. Tells it without any output.
 int qbProcessHasDisplay();
+
+// From here on a wish to end the process (Ctrl+C, SIGTERM, a closed terminal) is kept for qbProcessEndAsked
+// instead of ending it at once; one that comes half a second later or more ends it. Wishes that the process
+// was started to ignore, as under nohup, stay ignored.
+void qbProcessCatchEnd();
+// 1 when there was such a wish: every loop of the program ends on it as if Escape had been pressed.
+int qbProcessEndAsked();

@@ -2,10 +2,13 @@
 
 #include "platform/path.h"
 
+#include <atomic>
 #include <chrono>
 #include <climits>
 #include <clocale>
+#include <csignal>
 #include <cstdlib>
+#include <ctime>
 #include <string>
 #include <thread>
 #include <unistd.h>
@@ -45,4 +48,35 @@ void qbProcessSleep(int milliseconds) {
 long long qbProcessTime() {
     using namespace std::chrono;
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+// --- the end from outside -------------------------------------------------------------------------------
+
+static constexpr long long SAME_WISH = 500;   // milliseconds
+static std::atomic<long long> firstWish = -1; // its time in milliseconds, -1 for none
+static_assert(decltype(firstWish)::is_always_lock_free, "a signal handler may not wait for a lock");
+
+// A wish comes twice at once where a process and its group are told of it, as the tool `timeout` does.
+static void keepWish(int signal) {
+    timespec time = {};
+    clock_gettime(CLOCK_MONOTONIC, &time);
+    const long long now = time.tv_sec * 1000LL + time.tv_nsec / 1000000;
+    if (firstWish < 0) firstWish = now;
+    if (now - firstWish < SAME_WISH) return;
+    std::signal(signal, SIG_DFL);
+    raise(signal); // takes effect when the handler returns
+}
+
+void qbProcessCatchEnd() {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction action = {};
+        if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) continue;
+        action = {};
+        action.sa_handler = keepWish;
+        sigaction(signal, &action, nullptr); // without SA_RESTART: what waits shall look at the wish
+    }
+}
+
+int qbProcessEndAsked() {
+    return firstWish >= 0 ? 1 : 0;
 }

@@ -11,6 +11,7 @@
 #include "support/fake.h"
 
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <utility>
 
@@ -29,7 +30,9 @@ std::string takeCalls(const std::vector<std::string>& words) {
 template <class... Arguments>
 static int record(const char* name, const Arguments&... arguments) {
     fakes.calls.push_back(callText(name, arguments...));
-    return !fakes.failing.empty() && fakes.calls.back().starts_with(fakes.failing) ? -1 : 0;
+    const std::string& call = fakes.calls.back();
+    if (!fakes.ending.empty() && call.starts_with(fakes.ending)) raise(SIGTERM);
+    return !fakes.failing.empty() && call.starts_with(fakes.failing) ? -1 : 0;
 }
 
 int qbEngineIsOver() {

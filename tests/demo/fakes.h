@@ -10,6 +10,7 @@ struct Fakes {
     std::vector<int> frames;        // the clock in each pass of the loop; after the last the engine is over
     int clock = 0;                  // milliseconds
     std::string failing;            // a call that begins with this text fails
+    std::string ending;             // a call that begins with this text gets the process a SIGTERM
 };
 
 extern Fakes fakes;

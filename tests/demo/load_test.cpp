@@ -1,11 +1,13 @@
 #include "demo/load.h"
 
 #include "demo/fakes.h"
+#include "platform/process.h"
 #include "support/messages.h"
 #include "support/temporary_directory.h"
 
 #include <gtest/gtest.h>
 #include <memory>
+#include <unistd.h>
 
 namespace {
 
@@ -109,6 +111,21 @@ TEST_F(Load, ReportsWhatFailsAndGoesOnWithoutShaders) {
         takeCalls();
         qbDemoFree(demo.get());
         EXPECT_TRUE(takeCalls() == released || *released == '*') << call;
+    }
+}
+
+TEST_F(Load, StopsAheadOfTheNextSceneWhenTheProcessIsAskedToEnd) {
+    for (const char* last : {"sceneLoad a", "sceneLoad x", "sceneLoad y"}) {
+        const auto part = [&] {
+            qbProcessCatchEnd();
+            fakes.ending = last;
+            const int result = load("[part]\nfilename=a\nextra.1.directory=\nextra.1.filename=x\n"
+                                    "[part2]\nfilename=y\nextra.1.directory=\nextra.1.filename=z\n");
+            const std::string calls = takeCalls({"sceneLoad"});
+            const bool stopped = calls.substr(calls.rfind("sceneLoad")).starts_with(last);
+            _exit(result == -1 && stopped && messages.texts().size() == 1 ? 0 : 1);
+        };
+        EXPECT_EXIT(part(), testing::ExitedWithCode(0), "") << last;
     }
 }
 

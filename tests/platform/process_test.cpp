@@ -2,8 +2,11 @@
 #include "support/messages.h"
 
 #include <clocale>
+#include <csignal>
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 TEST(Message, GoesToTheErrorStreamAndTheSinkAndIsCutAt1023Characters) {
     const std::string text(2000, 'm');
@@ -30,4 +33,37 @@ TEST(Process, KeepsNumbersPlainWhateverALibraryDoes) {
     EXPECT_STREQ(setlocale(LC_NUMERIC, nullptr), "C");
     EXPECT_STREQ(setlocale(LC_CTYPE, nullptr), "C.UTF-8"); // names keep their encoding
     setlocale(LC_ALL, "C");
+}
+
+// A process that gets one signal, or the same wish twice at once, and another one later.
+static pid_t startSignalled(const std::vector<int>& first, int later) {
+    const pid_t process = fork();
+    if (process != 0) return process;
+    qbProcessCatchEnd();
+    int asked = qbProcessEndAsked();
+    for (const int signal : first) {
+        raise(signal);
+        asked = asked * 10 + qbProcessEndAsked();
+    }
+    if (later != 0) {
+        qbProcessSleep(600);
+        raise(later);
+    }
+    _exit(asked);
+}
+
+TEST(Process, KeepsTheFirstWishToEndAndGivesInToALaterOne) {
+    std::vector<std::pair<pid_t, int>> expected; // wait status
+    std::signal(SIGHUP, SIG_IGN);                // as under nohup
+    expected.emplace_back(startSignalled({SIGHUP}, SIGHUP), W_EXITCODE(0, 0));
+    std::signal(SIGHUP, SIG_DFL);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        expected.emplace_back(startSignalled({signal, signal}, 0), W_EXITCODE(11, 0));
+        expected.emplace_back(startSignalled({SIGINT}, signal), W_EXITCODE(0, signal));
+    }
+    for (const auto& [process, end] : expected) {
+        int status = -1;
+        waitpid(process, &status, 0);
+        EXPECT_EQ(status, end);
+    }
 }

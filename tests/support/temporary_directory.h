@@ -30,6 +30,17 @@ public:
         std::filesystem::create_directories(file.parent_path());
         std::ofstream(file, std::ios::binary) << text;
     }
+    // Makes a directory below whose full path has this many characters.
+    std::string makeDeep(size_t length) const {
+        std::string deep = path();
+        const size_t start = deep.size();
+        deep.resize(length, 'd');
+        for (size_t i = start; i < length; i += 100)
+            deep[i] = '/';
+        deep.back() = 'd';
+        std::filesystem::create_directories(deep);
+        return deep;
+    }
 
 private:
     std::filesystem::path previous_, path_;

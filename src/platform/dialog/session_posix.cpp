@@ -15,6 +15,8 @@
 
 enum { FONT_SIZE = 13 /* pixels at 96 dpi */, DPI = 96, DPI_MAX = 384 };
 
+static constexpr double END_INTERVAL = 0.2; // seconds between two looks whether the process shall end
+
 static bool displayLost = false;
 
 // --- errors ---------------------------------------------------------------------------------------------
@@ -114,13 +116,14 @@ static void centre(Fl_Double_Window& window) {
 bool qbDialogRun(std::unique_ptr<Fl_Double_Window>& window) {
     centre(*window);
     window->show();
-    while (window->shown() && !displayLost)
-        Fl::wait();
+    while (window->shown() && !displayLost && qbProcessEndAsked() == 0)
+        Fl::wait(END_INTERVAL);
     if (displayLost) {
         static_cast<void>(window.release());
         fputs("The window can not be shown any longer: the X display is gone.\n", stderr);
         return false;
     }
+    window->hide();
     XSync(fl_display, False);
     return true;
 }

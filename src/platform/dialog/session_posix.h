@@ -41,7 +41,8 @@ public:
 int qbDialogPixels(int length);
 
 // Shows the window in the middle of the primary display and returns when it is hidden, with nothing of it
-// left on the screen. False when the display went away meanwhile; the window is then dropped unreleased,
+// left on the screen. When the process is asked to end the window is hidden as if the user had closed it.
+// False when the display went away meanwhile; the window is then dropped unreleased,
 // since releasing it would talk to the display.
 bool qbDialogRun(std::unique_ptr<Fl_Double_Window>& window);
 

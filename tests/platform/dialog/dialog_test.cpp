@@ -2,6 +2,7 @@
 
 #include "platform/dialog/dialog.h"
 #include "platform/message.h"
+#include "platform/process.h"
 #include "support/temporary_directory.h"
 #include "support/windows.h"
 
@@ -186,6 +187,22 @@ static void loseTheDisplay() {
     }
     qbMessageBox("after");
     exit(result == -1 ? 0 : 1);
+}
+
+static void endTheProcess() {
+    qbProcessCatchEnd();
+    int result = 0;
+    {
+        const Hands hands("kill -TERM $PPID");
+        result = askForMode()[0];
+    }
+    qbMessageBox("after");
+    exit(result == -1 && !askForFile() && !testing::Test::HasFailure() ? 0 : 1);
+}
+
+TEST(Ending, ClosesTheOpenDialogAndThoseToCome) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(endTheProcess(), testing::ExitedWithCode(0), "");
 }
 
 TEST(WithoutDisplay, EveryDialogReturnsAtOnceAndSaysWhy) {
