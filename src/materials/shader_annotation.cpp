@@ -380,12 +380,15 @@ static bool contains(std::string_view line, std::string_view word) {
     return line.find(word) != std::string_view::npos;
 }
 
+static bool isTooLong(Parser& parser, std::string_view line) {
+    if (line.size() <= QB_SHADER_LINE_LENGTH_MAX) return false;
+    refuse(parser, "the line holds %zu characters, %d at most; it is left out", line.size(),
+           QB_SHADER_LINE_LENGTH_MAX);
+    return true;
+}
+
 static int parseStatement(Parser& parser, std::string_view line) {
-    if (line.size() > QB_SHADER_LINE_LENGTH_MAX) {
-        refuse(parser, "the line holds %zu characters, %d at most; it is left out", line.size(),
-               QB_SHADER_LINE_LENGTH_MAX);
-        return -1;
-    }
+    if (isTooLong(parser, line)) return -1;
     const Tokens tokens = qbShaderSplitLine(line);
     printf("[Shader:%s] ", parser.name);
     for (size_t i = 0; i < tokens.count; ++i)
@@ -399,14 +402,30 @@ static int parseStatement(Parser& parser, std::string_view line) {
     return qbShaderParseVariable(parser, tokens);
 }
 
-int parseShaderFile(QbIrrShader* shader, const char* name, const char* text, bool isPixelFile) {
-    Parser parser{*shader, name, isPixelFile, text};
+static int parseTextureStatement(Parser& parser, std::string_view line) {
+    if (isTooLong(parser, line)) return -1;
+    const Tokens tokens = qbShaderSplitLine(line);
+    if (tokens.count == 0 || !qbSameText(tokens[0], "texture")) return 0;
+    return qbShaderParseTexture(parser, tokens);
+}
+
+static void parseBlock(Parser& parser, int (*statement)(Parser&, std::string_view)) {
     std::string_view line;
     while (qbShaderReadLine(parser, line))
         if (contains(line, "[QUAB_BEGIN]")) break;
     while (qbShaderReadLine(parser, line)) {
         if (contains(line, "[QUAB_END]")) break;
-        parseStatement(parser, line);
+        statement(parser, line);
     }
+}
+
+int parseShaderFile(QbIrrShader* shader, const char* name, const char* text, bool isPixelFile) {
+    Parser parser{*shader, name, isPixelFile, text};
+    parseBlock(parser, parseStatement);
     return 0;
+}
+
+void qbShaderParseTextures(QbIrrShader* shader, const char* name, const char* text) {
+    Parser parser{*shader, name, false, text};
+    parseBlock(parser, parseTextureStatement);
 }

@@ -8,3 +8,6 @@ struct QbIrrShader;
 // A statement that can not be read is left out and never fails the shader. What exceeds a limit of the record
 // is refused with a message; a file shows one such message, the others go to the trace. Always 0.
 int parseShaderFile(QbIrrShader* shader, const char* name, const char* text, bool isPixelFile);
+
+// Reads the texture statements alone, and prints nothing but a refused one.
+void qbShaderParseTextures(QbIrrShader* shader, const char* name, const char* text);

@@ -1,0 +1,105 @@
+#include "storage/builder/patterns.h"
+
+#include "support/temporary_directory.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+const std::string SCENE_PATTERNS(const std::string& d) {
+    return d + "\\*.x " + d + "\\*.lws.ini.bin " + d + "\\*.quab " + d + "\\*.jpg " + d + "\\*.png " + d +
+           "\\*.jpeg " + d + "\\*.bmp " + d + "\\*.gif " + d + "\\*.hlsl " + d + "\\*.vsh " + d + "\\*.psh " +
+           d + "\\*.raw ";
+}
+
+void setDirectory(char (&field)[QB_DEMO_STRING_SIZE], const std::string& name) {
+    snprintf(field, sizeof field, "%s", name.c_str());
+}
+
+// 16 directories to a part: its own and those of its extras.
+std::unique_ptr<QbDemo> demoOf(const Names& directories) {
+    auto demo = std::make_unique<QbDemo>();
+    for (size_t i = 0; i < directories.size(); i++) {
+        QbDemoPart& part = demo->parts[i / 16];
+        demo->partCount = static_cast<int32_t>(i / 16) + 1;
+        if (i % 16 == 0)
+            setDirectory(part.directory, directories[i]);
+        else
+            setDirectory(part.extras[part.extraCount++].directory, directories[i]);
+    }
+    return demo;
+}
+
+TEST(Patterns, AreThoseOfEachDirectoryThenShadersThenTheScript) {
+    EXPECT_EQ(qbPatternText(qbDataPatterns({"xport", "a/b"}, "fx", "my show.demo.ini")),
+              SCENE_PATTERNS("xport") + SCENE_PATTERNS("a/b") +
+                  "fx\\*.dbs fx\\*.fx fx\\*.hlsl my show.demo.ini ");
+    EXPECT_EQ(qbPatternText(qbDataPatterns({}, "", "s.demo.ini")), "s.demo.ini ");
+    EXPECT_EQ(qbPatternText(qbMusicPatterns("music")), "music\\*.mp3 music\\*.mpg music\\*.mpeg ");
+    EXPECT_EQ(qbPatternText(qbMusicPatterns("")), "\\*.mp3 \\*.mpg \\*.mpeg ");
+    EXPECT_EQ(qbPatternText(qbLoadingPatterns()), "loading.png ");
+    EXPECT_EQ(qbPatternText(qbShaderPatterns()),
+              "shaders\\*.fx shaders\\*.hlsl shaders\\*.vsh shaders\\*.psh ");
+}
+
+TEST(Patterns, DirectoriesKeepTheOrderAndTheSpellingOfTheFirst) {
+    Names found;
+    const auto demo =
+        demoOf({"Xport", "", "a\\b", "./xport", "XPORT/", "xport\\", ".", "A//b", "a/../xport", "x/port"});
+    ASSERT_TRUE(qbShowDirectories(*demo, found));
+    EXPECT_EQ(found, (Names{"Xport", "a\\b", ".", "x/port"}));
+
+    ASSERT_TRUE(qbShowDirectories(*demoOf(Names(255, "xport")), found));
+    EXPECT_EQ(found, Names{"xport"});
+    EXPECT_FALSE(qbShowDirectories(*demoOf(Names(256, "xport")), found));
+    Names withEmpty(256, "xport");
+    withEmpty[40] = "";
+    EXPECT_TRUE(qbShowDirectories(*demoOf(withEmpty), found)) << "an empty one does not count";
+}
+
+TEST(Patterns, MatchWhatTheToolOfOldDid) {
+    const TemporaryDirectory directory;
+    for (const char* name : {"base/Xport/b.X", "base/Xport/a.x", "base/Xport/a.hlsl.x~", "base/Xport/ax",
+                             "base/Xport/.x", "base/Xport/-o \"p\".x", "base/Xport/folder.x/inner.x",
+                             "base/Xport/c.quab", "base/up.x", "base/show.demo.ini", "base/SHOW.demo.ini",
+                             "base/LOADING.png", "out/c.quab", "out/d.quab", "base/out/d.quab"})
+        directory.write(name, name);
+    std::filesystem::create_symlink("a.x", "base/Xport/link.x");
+    std::filesystem::create_symlink("nowhere", "base/Xport/broken.x");
+    std::filesystem::create_directory_symlink("Xport", "base/linked");
+
+    const Names meshes = {"Xport/-o \"p\".x", "Xport/.x", "Xport/a.x", "Xport/b.X", "Xport/link.x"};
+    Names withScene = meshes;
+    withScene.emplace_back("Xport/c.quab");
+    const struct {
+        QbPatternList list;
+        Names files, leftOut;
+    } cases[] = {
+        {{"xport\\*.x"}, meshes, {}},
+        {{".\\XPORT\\\\*.x", "Xport\\*.x", "Xport/*.x"}, meshes, {}},
+        {{"xport\\*.x", "xport\\*.quab", "xport\\*.QUAB"}, withScene, {}},
+        {{"linked\\*.quab"}, {"linked/c.quab"}, {}},
+        {{"\\*.x"}, {"up.x"}, {}},
+        {{"Show.demo.ini"}, {"SHOW.demo.ini"}, {}},
+        {{"show.demo.ini"}, {"show.demo.ini"}, {}},
+        {{"loading.png"}, {"LOADING.png"}, {}},
+        {{"nowhere\\*.x", "xport\\*.jpg"}, {}, {}},
+        {{"..\\out\\*.quab"}, {"../out/c.quab", "../out/d.quab"}, {}},
+        {{"..\\OUT\\*.quab", "out\\*.quab"}, {"../out/c.quab", "out/d.quab"}, {"../out/d.quab"}},
+        {{"out\\*.quab", "..\\out\\*.quab"}, {"out/d.quab", "../out/c.quab"}, {"../out/d.quab"}},
+        {{directory.path() + "/out\\*.quab"},
+         {directory.path() + "/out/c.quab", directory.path() + "/out/d.quab"},
+         {}},
+    };
+    for (const auto& c : cases) {
+        const QbMatchedFiles matched = qbPatternFiles(directory.path() + "/base/", c.list);
+        EXPECT_EQ(matched.files, c.files) << qbPatternText(c.list);
+        EXPECT_EQ(matched.leftOut, c.leftOut) << qbPatternText(c.list);
+    }
+}
+
+} // namespace
