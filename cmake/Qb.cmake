@@ -82,6 +82,10 @@ function(qb_executable target)
     cmake_parse_arguments(ARG "" "" "SOURCES;USES;LINK" ${ARGN})
     add_executable(${target} ${ARG_SOURCES})
     target_link_libraries(${target} PRIVATE qb_flags ${ARG_USES} ${ARG_LINK})
+    if(NOT QB_SANITIZE)
+        # A packed show brings the C++ run-time along.
+        target_link_options(${target} PRIVATE -static-libstdc++ -static-libgcc)
+    endif()
     qb_choose_standard(${target} ${ARG_LINK})
 endfunction()
 

@@ -10,6 +10,9 @@
 #include "shell/pictures.h"
 #include "shell/scene_view.h"
 #include "shell/setup.h"
+#include "shell/standalone.h"
+#include "storage/builder/builder.h"
+#include "storage/cabinet.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -50,7 +53,8 @@ static const char* const USAGE =
     "\n"
     "Other forms:\n"
     "  quab -binary [scene]                         converts a scene to its binary form\n"
-    "  quab -demoexe <target> <file.demo.ini>       packs a demo into one executable\n"
+    "  quab -demoexe <target> <file.demo.ini>       packs a demo into one executable (with the tool gcab)\n"
+    "An executable that carries a demo plays it, whatever it is asked for.\n"
     "\n"
     "Window, depth and camera range come from \"quab-setup.ini\" in the current directory or beside the "
     "program.\n";
@@ -99,10 +103,10 @@ static Mode chooseMode(const char* file) {
     return Mode::None;
 }
 
-// Where nobody can see a box, the line on the error stream is all there is.
+// Where nobody can see a box, or nobody shall wait for it, the line on the error stream is all there is.
 static void showMessage(const char* text) {
     static const bool hasDisplay = qbProcessHasDisplay() != 0;
-    if (hasDisplay) qbMessageBox(text);
+    if (hasDisplay && qbProcessEndAsked() == 0) qbMessageBox(text);
 }
 
 static const char* askFile() {
@@ -146,6 +150,7 @@ static int runWindow(const Arguments& arguments) {
     const Mode mode = chooseMode(arguments.file);
     const int ride = (arguments.view.flags & QB_VIEW_RIDE) != 0 ? 1 : -1;
     qbEngineSetRenderer(qbRendererOps());
+    qbProcessCatchEnd(); // a display on the whole screen goes back to its own size
     const bool allowDialog = mode == Mode::Demo && !arguments.unattended;
     if (qbSetupOpen("quab-setup.ini", allowDialog ? 1 : 0, ride) != 0) return -1;
     qbEngineMaximize();
@@ -157,6 +162,16 @@ static int runWindow(const Arguments& arguments) {
     }
     qbEngineClose();
     return result;
+}
+
+// The show that this executable carries. It takes no orders from the command line, and tells of failures by
+// messages alone.
+static int playOwnShow() {
+    qbMessageSetSink(showMessage);
+    qbEngineSetRenderer(qbRendererOps());
+    qbProcessCatchEnd();
+    qbStandaloneRun();
+    return 0;
 }
 
 static int convert(int argc, char** argv) {
@@ -172,9 +187,10 @@ int qbMain(int argc, char** argv) {
 
     if (argc > 1 && std::strcmp(argv[1], "-binary") == 0) return convert(argc, argv);
     if (argc == 4 && std::strcmp(argv[1], "-demoexe") == 0) {
-        qbMessage("Packing a demo into one executable is not part of this version.");
+        qbDemoExe(argv[2], argv[3]);
         return -1;
     }
+    if (qbHasResources() == 0) return playOwnShow();
     if (scanned.help) {
         std::fputs(USAGE, stdout);
         return 0;

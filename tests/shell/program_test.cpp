@@ -1,26 +1,15 @@
-#include "scene/export/mesh_shapes.h"
-#include "scene/export/quab_writer.h"
-#include "scene/export/x_writer.h"
-#include "support/temporary_directory.h"
+#include "shell/program_stage.h"
 
 #include <algorithm>
-#include <gtest/gtest.h>
 #include <iterator>
 #include <png.h>
 #include <set>
-#include <sstream>
-#include <sys/wait.h>
 
 namespace fs = std::filesystem;
 
 namespace {
 
 const char NO_DISPLAY[] = "-u DISPLAY";
-
-struct Result {
-    int status = -1;
-    std::string out, err;
-};
 
 struct Image {
     int width = 0, height = 0;
@@ -30,12 +19,6 @@ struct Image {
         return static_cast<uint32_t>(p[0] << 16 | p[1] << 8 | p[2]);
     }
 };
-
-std::string readFile(const fs::path& path) {
-    std::ostringstream text;
-    text << std::ifstream(path).rdbuf();
-    return text.str();
-}
 
 Image readPng(const fs::path& path) {
     png_image png = {};
@@ -60,17 +43,8 @@ std::vector<Image> readPictures() {
     return images;
 }
 
-class Program : public testing::Test {
+class Viewer : public Program {
 protected:
-    // Runs the program as a shell does; `meanwhile` is a command beside it.
-    static Result run(const std::string& arguments, const std::string& environment = "",
-                      const std::string& meanwhile = "") {
-        const std::string command = meanwhile + "env " + environment + " timeout 60 '" QB_PROGRAM "' " +
-                                    arguments + " >out.txt 2>err.txt";
-        const int status = std::system(command.c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readFile("out.txt"), readFile("err.txt")};
-    }
-
     // Shows a scene or a mesh with pictures, gives it keys (as xdotool takes them) and leaves it.
     static Result view(const std::string& arguments, const std::string& keys) {
         fs::remove_all("shots");
@@ -81,37 +55,6 @@ protected:
                    "  done; sleep 0.5; xdotool " +
                        keys + " key Escape; } >keys.txt 2>&1 & ");
     }
-
-    // A box of 40 units in `color`, lit by itself, and a scene that moves it right by 20 units a second for
-    // four seconds, before a backdrop of one colour.
-    static void writeBox(const fs::path& path, std::array<float, 3> color, const char* texture = "") {
-        QbExportMesh mesh = qbShapeBox({40, 40, 40});
-        QbExportMaterial material;
-        material.emissive = color;
-        material.textureFileName = texture;
-        mesh.materials.push_back(material);
-        std::string error;
-        ASSERT_EQ(qbMeshExportSave(mesh, QB_EXPORT_X_TEXT, path, error), 0) << error;
-    }
-    static void writeScene(const fs::path& path, const std::string& mesh, std::array<float, 3> zenith) {
-        QbExportScene scene;
-        scene.name = scene.fileName = "box.lws";
-        scene.frameEnd = 100;
-        scene.backdrop.zenith = zenith;
-        QbExportObject& box = scene.objects.emplace_back();
-        box.name = mesh + ":Layer1";
-        box.fileName = mesh + ".lwo";
-        qbExportPositionBySeconds(scene, box.motion, [](double seconds) {
-            return std::array<float, 3>{static_cast<float>(20 * seconds), 0, 0};
-        });
-        QbExportCamera& camera = scene.cameras.emplace_back();
-        camera.name = "Camera";
-        qbExportSetPosition(camera.motion, {0, 0, -150});
-        std::string error;
-        ASSERT_EQ(qbSceneExportSave(scene, path, error), 0) << error;
-    }
-
-    TemporaryDirectory directory; // where the program runs
 };
 
 } // namespace
@@ -200,7 +143,7 @@ TEST_F(Program, WhatIsMissingIsNamed) {
     }
 }
 
-TEST_F(Program, ViewersObeyMouseAndKeys) {
+TEST_F(Viewer, ObeysMouseAndKeys) {
     writeBox("box.layer1.x", {1, 1, 1});
     writeScene("box.quab", "box", {0, 0, 1});
     EXPECT_EQ(
