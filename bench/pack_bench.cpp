@@ -112,8 +112,10 @@ bool printRatio(const char* what, double measured, double baseline, double targe
 
 int measure(const char* program, const char* scriptName, int rounds) {
     const fs::path script = fs::absolute(scriptName), self = fs::canonical(program);
-    const fs::path work = fs::temp_directory_path() / ("quab-pack-bench-" + std::to_string(std::rand()));
-    fs::create_directories(work / "hall");
+    std::string pattern = fs::temp_directory_path() / "quab-pack-bench-XXXXXX";
+    if (!mkdtemp(pattern.data())) return 1;
+    const fs::path work = pattern;
+    fs::create_directory(work / "hall");
     fs::current_path(work);
     if (fs::exists(script.parent_path() / "quab-setup.ini"))
         fs::copy_file(script.parent_path() / "quab-setup.ini", "hall/quab-setup.ini");

@@ -18,8 +18,8 @@ long long qbProcessTime();
 int qbProcessHasDisplay();
 
 // From here on a wish to end the process (Ctrl+C, SIGTERM, a closed terminal) is kept for qbProcessEndAsked
-// instead of ending it at once; one that comes half a second later or more ends it. Wishes that the process
-// was started to ignore, as under nohup, stay ignored.
+// instead of ending it at once; one that comes two seconds later or more ends it. Wishes that the process was
+// started to ignore, as under nohup, stay ignored. A reader of its output that goes away does not end it.
 void qbProcessCatchEnd();
 // 1 when there was such a wish: every loop of the program ends on it as if Escape had been pressed.
 int qbProcessEndAsked();

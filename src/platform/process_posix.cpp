@@ -52,11 +52,12 @@ long long qbProcessTime() {
 
 // --- the end from outside -------------------------------------------------------------------------------
 
-static constexpr long long SAME_WISH = 500;   // milliseconds
+static constexpr long long SAME_WISH = 2000;  // milliseconds
 static std::atomic<long long> firstWish = -1; // its time in milliseconds, -1 for none
 static_assert(decltype(firstWish)::is_always_lock_free, "a signal handler may not wait for a lock");
 
-// A wish comes twice at once where a process and its group are told of it, as the tool `timeout` does.
+// A wish comes twice at once where a process and its group are told of it, as the tool `timeout` does, and
+// many times where a key is held down.
 static void keepWish(int signal) {
     timespec time = {};
     clock_gettime(CLOCK_MONOTONIC, &time);
@@ -68,7 +69,10 @@ static void keepWish(int signal) {
 }
 
 void qbProcessCatchEnd() {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    // Who reads what is printed may go away, and a file may grow too large: the writes fail, and that is all.
+    for (const int signal : {SIGPIPE, SIGXFSZ})
+        std::signal(signal, SIG_IGN);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
         struct sigaction action = {};
         if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) continue;
         action = {};

@@ -187,6 +187,7 @@ int qbMain(int argc, char** argv) {
 
     if (argc > 1 && std::strcmp(argv[1], "-binary") == 0) return convert(argc, argv);
     if (argc == 4 && std::strcmp(argv[1], "-demoexe") == 0) {
+        qbProcessCatchEnd();
         qbDemoExe(argv[2], argv[3]);
         return -1;
     }

@@ -7,6 +7,7 @@
 #include "materials/camera_shaders.h"
 #include "platform/message.h"
 #include "platform/path.h"
+#include "platform/process.h"
 #include "platform/text.h"
 #include "scene/runtime/slots.h"
 #include "shell/setup.h"
@@ -20,26 +21,26 @@
 // second until the end.
 enum { DIRECTORY_DATA = 1, DIRECTORY_MUSIC = 2 };
 
-// Unpacks a cabinet and enters its directory. False after a message: "Failed to open" or "Failed to use" it.
-static bool openCabinet(int directory, int id, const char* what) {
-    const int error = qbCabOpen(directory, id);
-    if (error != 0) {
-        qbMessage("Failed to open %s err=%d", what, error);
-        return false;
-    }
-    if (qbCabUse(directory) != 0) {
-        qbMessage("Failed to use %s", what);
-        qbCabClose(directory);
-        return false;
-    }
-    return true;
+// A show that somebody ends while it loads has not failed.
+static void say(const std::string& message) {
+    if (!message.empty() && qbProcessEndAsked() == 0) qbMessage("%s", message.c_str());
 }
 
 // Says what failed, when there is something to say, and deletes the directory.
-static int fail(int directory, const char* message) {
-    if (message) qbMessage("%s", message);
+static int fail(int directory, const std::string& message) {
+    say(message);
     qbCabClose(directory);
     return -1;
+}
+
+// Unpacks a cabinet and enters its directory. 0, or -1 after a message.
+static int openCabinet(int directory, int id, const std::string& what) {
+    const int error = qbCabOpen(directory, id);
+    if (error != 0) {
+        say("Failed to open " + what + " err=" + std::to_string(error));
+        return -1;
+    }
+    return qbCabUse(directory) == 0 ? 0 : fail(directory, "Failed to use " + what);
 }
 
 // --- steps ----------------------------------------------------------------------------------------------
@@ -49,14 +50,14 @@ static int openEngine() {
         qbMessage("Resources don't exist");
         return -1;
     }
-    if (!openCabinet(DIRECTORY_DATA, QB_CAB_DEFDATA, "default data")) return -1;
+    if (openCabinet(DIRECTORY_DATA, QB_CAB_DEFDATA, "default data") != 0) return -1;
     if (qbSetupOpen("quab-setup.ini", 1, -1) != 0) return -1;
     qbCabClose(DIRECTORY_DATA);
     return 0;
 }
 
 static int showLoading() {
-    if (!openCabinet(DIRECTORY_DATA, QB_CAB_LOADING, "loading")) return -1;
+    if (openCabinet(DIRECTORY_DATA, QB_CAB_LOADING, "loading") != 0) return -1;
     qbLoadingOpen();
     qbCabClose(DIRECTORY_DATA);
     return 0;
@@ -73,14 +74,14 @@ static std::string findScript() {
 static int parseScript(QbDemo* demo) {
     const std::string script = findScript();
     if (script.empty()) return fail(DIRECTORY_DATA, "Failed to find .demo.ini");
-    if (qbDemoParse(demo, script.c_str()) != 0) return fail(DIRECTORY_DATA, nullptr);
+    if (qbDemoParse(demo, script.c_str()) != 0) return fail(DIRECTORY_DATA, "");
     if (qbDemoPrepare(demo) != 0) return fail(DIRECTORY_DATA, "Failed to prepare");
     return 0;
 }
 
 // `base` gets the directory of the unpacked data.
 static int loadData(QbDemo* demo, std::string& base) {
-    if (!openCabinet(DIRECTORY_DATA, QB_CAB_DATA, "data")) return -1;
+    if (openCabinet(DIRECTORY_DATA, QB_CAB_DATA, "data") != 0) return -1;
     if (parseScript(demo) != 0) return -1;
     base = qbCurrentDirectory();
     demo->shadersEnabled = qbSetupShaders();
@@ -90,9 +91,9 @@ static int loadData(QbDemo* demo, std::string& base) {
     }
     qbSceneSetReportLoadErrors(1);
     const bool loaded = qbDemoLoadScenes(demo, base.c_str()) == 0;
-    if (!loaded) qbMessage("Failed to load scenes");
+    if (!loaded) say("Failed to load scenes");
     qbSetDirectory(base.c_str());
-    if (!loaded) return fail(DIRECTORY_DATA, nullptr);
+    if (!loaded) return fail(DIRECTORY_DATA, "");
     if (demo->shadersEnabled) {
         qbDemoLoadShaders(demo); // a demo without its shaders is still worth showing
         qbSetDirectory(base.c_str());
@@ -102,7 +103,7 @@ static int loadData(QbDemo* demo, std::string& base) {
 }
 
 static int loadMusic(QbDemo* demo) {
-    if (!openCabinet(DIRECTORY_MUSIC, QB_CAB_MUSIC, "music")) return -1;
+    if (openCabinet(DIRECTORY_MUSIC, QB_CAB_MUSIC, "music") != 0) return -1;
     if (qbDemoLoadMusics(demo) != 0) return fail(DIRECTORY_MUSIC, "Failed to load music");
     return 0;
 }

@@ -65,6 +65,7 @@ static int fillScratch(const QbResource* resource, const std::string& scratch) {
     if (result == QB_RESOURCE_COPIED && error == 0) return 0;
     std::remove(scratch.c_str());
     if (result == QB_RESOURCE_DAMAGED) return QB_CAB_NOT_LOCKED;
+    if (error == EINTR) return error;
     return failScratch(scratch, error, QB_CAB_NOT_WRITTEN);
 }
 
@@ -77,6 +78,7 @@ static int writeScratch(int id, const std::string& scratch) {
 }
 
 int qbCabExtract(int id, const char* directory) {
+    if (!directory) return QB_CAB_NOT_CREATED;
     const std::string scratch = std::string(directory) + "/hollow.tmp";
     if (const int code = writeScratch(id, scratch); code != 0) return code;
     if (const int error = qbCabinetUnpack(scratch.c_str(), directory); error != 0) return error;
@@ -119,9 +121,8 @@ static const char* reasonOf(int error) {
 static int refuseDirectory(const std::string& path, QbHoldResult result) {
     const int error = errno;
     if (result == QB_HOLD_REFUSED) {
-        qbMessage(
-            "%s can not be used for the show's data: %s. Remove it, or set TMPDIR to another directory.",
-            path.c_str(), reasonOf(error));
+        qbMessage("%s can not be used for the show's data: %s. %s to another directory.", path.c_str(),
+                  reasonOf(error), error == EPERM ? "Set TMPDIR" : "Remove it, or set TMPDIR");
         return QB_CAB_NO_DIRECTORY;
     }
     qbMessage("%s can not be made for the show's data: %s. Set TMPDIR to a directory that can be written and "
@@ -145,22 +146,25 @@ static int holdDirectory(ExtractDir& directory, const std::string& first) {
     return QB_CAB_NO_DIRECTORY;
 }
 
-// Removes what copies of the show that were killed left under the row's other names.
-static void removeAbandoned(const ExtractDir& directory, const std::string& first) {
-    for (int copy = 1; copy <= COPIES_MAX; ++copy) {
-        const std::string path = copyPath(first, copy);
-        std::error_code error;
-        if (path == directory.path || !is_directory(std::filesystem::symlink_status(path, error))) continue;
-        QbHeldDirectory* held = nullptr;
-        qbDirectoryHold(path.c_str(), &held);
-        qbDirectoryRemove(held);
+// Removes what copies of the show that were killed left, under the names of all rows.
+static void removeAbandoned(const std::string& firstWord) {
+    for (int row = 0; row < QB_CAB_ROWS; ++row) {
+        for (int copy = 1; copy <= COPIES_MAX; ++copy) {
+            const std::string path = copyPath(firstWord + '.' + std::to_string(row), copy);
+            std::error_code error;
+            if (!is_directory(std::filesystem::symlink_status(path, error))) continue;
+            QbHeldDirectory* held = nullptr;
+            qbDirectoryHold(path.c_str(), &held); // busy where a copy runs, and where this one does
+            qbDirectoryRemove(held);
+        }
     }
 }
 
 static int takeDirectory(ExtractDir& directory, int row) {
     const char* place = qbTemporaryDirectory();
     int error = *place ? 0 : errno;
-    const std::string first = place + baseWord + '.' + std::to_string(row);
+    const std::string firstWord = place + baseWord;
+    const std::string first = firstWord + '.' + std::to_string(row);
     if (first.size() + sizeof ".99" > sizeof directory.path) error = ENAMETOOLONG;
     if (error != 0) {
         qbMessage("There is no directory for the show's data: %s. Set TMPDIR to the full path of one.",
@@ -171,7 +175,7 @@ static int takeDirectory(ExtractDir& directory, int row) {
     static const int registered = std::atexit(releaseAll);
     static_cast<void>(registered);
     if (const int code = holdDirectory(directory, first); code != 0) return code;
-    removeAbandoned(directory, first);
+    removeAbandoned(firstWord);
     return 0;
 }
 

@@ -5,11 +5,10 @@
 //
 // A directory is "TheDemoExtractDir.1" for row 1, in the system's directory for temporary files (TMPDIR). It
 // is this process's alone as long as the row is open, and nobody else may look into it:
-// - A row whose directory another running copy of the show holds takes the next free name,
+// - When another running copy of the show holds it, the row takes the next free name,
 //   "TheDemoExtractDir.1.2" up to ".99".
-// - A directory that a killed copy left behind is held by nobody: the next run takes it over with what lies
-// in
-//   it, and removes it when it closes the row. What was left under the further names goes as well.
+// - What a killed copy left behind is held by nobody: the next run takes it over with what lies in it, and
+//   removes it when it closes the row. What was left under other names and of other rows goes at once.
 // - One that belongs to another user, a link or a file of that name is refused with a message.
 // Every directory that this process still holds when it ends by exit() or by the end of main is removed then,
 // after a failure too.
@@ -22,7 +21,8 @@ enum {
     QB_CAB_ROWS = 10,     // directories are numbered 0 to 9
 };
 
-// Why a cabinet was not unpacked; a positive number is the system's error number.
+// Why a cabinet was not unpacked; a positive number is the system's error number, EINTR when the process was
+// asked to end.
 enum {
     QB_CAB_NO_DIRECTORY = -1, // no such row, or what lies under the directory's name is refused
     QB_CAB_NOT_FOUND = -10,   // the program carries no such cabinet

@@ -4,7 +4,6 @@
 #include "platform/path.h"
 
 #include <algorithm>
-#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -331,6 +330,7 @@ void qbFileSetRoot(const char* path) {
 }
 
 void qbFileRootAppend(const char* name) {
+    if (!name) return;
     setRoot(qbFileRoot[0] ? std::string(qbFileRoot) + qbFileSeparator + name : name);
 }
 

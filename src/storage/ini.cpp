@@ -3,7 +3,6 @@
 #include "platform/text_alias.h"
 #include "storage/file.h"
 
-#include <climits>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>

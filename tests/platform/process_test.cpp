@@ -46,7 +46,7 @@ static pid_t startSignalled(const std::vector<int>& first, int later) {
         asked = asked * 10 + qbProcessEndAsked();
     }
     if (later != 0) {
-        qbProcessSleep(600);
+        qbProcessSleep(2100);
         raise(later);
     }
     _exit(asked);
@@ -57,6 +57,7 @@ TEST(Process, KeepsTheFirstWishToEndAndGivesInToALaterOne) {
     std::signal(SIGHUP, SIG_IGN);                // as under nohup
     expected.emplace_back(startSignalled({SIGHUP}, SIGHUP), W_EXITCODE(0, 0));
     std::signal(SIGHUP, SIG_DFL);
+    expected.emplace_back(startSignalled({SIGPIPE, SIGXFSZ, SIGQUIT}, 0), W_EXITCODE(1, 0));
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         expected.emplace_back(startSignalled({signal, signal}, 0), W_EXITCODE(11, 0));
         expected.emplace_back(startSignalled({SIGINT}, signal), W_EXITCODE(0, signal));

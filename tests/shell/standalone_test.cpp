@@ -9,6 +9,7 @@
 #include "engine/loading.h"
 #include "materials/camera_shaders.h"
 #include "platform/path.h"
+#include "platform/process.h"
 #include "scene/runtime/slots.h"
 #include "shell/setup.h"
 #include "storage/cabinet.h"
@@ -16,6 +17,8 @@
 #include "support/messages.h"
 #include "support/temporary_directory.h"
 
+#include <cerrno>
+#include <csignal>
 #include <gtest/gtest.h>
 #include <map>
 
@@ -23,6 +26,7 @@ namespace {
 
 std::vector<std::string> calls;
 std::map<std::string, int> results; // of calls, where not 0
+int usesUntilFailure = 0;           // of the first directory; 0: none fails
 int shaders = 0;
 
 template <class... Arguments>
@@ -36,7 +40,7 @@ int called(const char* name, const Arguments&... arguments) {
 
 FAKE(int, qbHasResources, (), called("has"))
 FAKE(int, qbCabOpen, (int row, int id), called("open", row, id))
-FAKE(int, qbCabUse, (int row), called("use", row))
+FAKE(int, qbCabUse, (int row), called("use", row) + (row == 1 && --usesUntilFailure == 0 ? -1 : 0))
 FAKE(int, qbCabClose, (int row), called("close", row))
 FAKE(int, qbSetupOpen, (const char* name, int dialog, int ride), called("setup", name, dialog, ride))
 FAKE(int, qbSetupShaders, (), shaders)
@@ -126,9 +130,30 @@ TEST_F(Standalone, EveryWayOutSaysWhyAndCleansUp) {
         const std::vector<std::string> expected(*row.message ? 1 : 0, row.message);
         EXPECT_EQ(Messages::texts(), expected) << row.failing;
     }
-    // The first directory serves three times: each of its three uses may fail.
-    EXPECT_EQ(run("use 1", -1, -1), "has, open 1 503, use 1, close 1");
-    EXPECT_EQ(Messages::texts(), std::vector<std::string>{"Failed to use default data"});
+    // The first directory serves three times.
+    const char* const uses[][2] = {{"default data", "open 1 503, use 1, close 1"},
+                                   {"loading", "open 1 502, use 1, close 1, free, engine-close"},
+                                   {"data", "open 1 500, use 1, close 1, free, engine-close"}};
+    int nth = 0;
+    for (const auto& [what, end] : uses) {
+        usesUntilFailure = ++nth;
+        const std::string text = run("", 0, -1);
+        EXPECT_EQ(text.substr(text.find(end)), end);
+        EXPECT_EQ(Messages::texts(), std::vector<std::string>{std::string("Failed to use ") + what});
+    }
+}
+
+// It has not failed, and nobody waits to read why.
+TEST_F(Standalone, AShowThatIsEndedWhileItLoadsSaysNothing) {
+    const auto endWhileLoading = [this] {
+        qbProcessCatchEnd();
+        raise(SIGTERM);
+        run("open 1 500", EINTR, -1);
+        const bool saidNothing = Messages::texts().empty();
+        run("scenes 1", -1, -1);
+        std::_Exit(saidNothing && Messages::texts().empty() ? 0 : 1);
+    };
+    EXPECT_EXIT(endWhileLoading(), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(Standalone, AShowWithoutAScriptIsNoShow) {
