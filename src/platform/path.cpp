@@ -76,6 +76,10 @@ bool qbPathIsFile(const std::string& name) {
     return qbSystemIsFile(name);
 }
 
+bool qbPathIsSame(const std::string& a, const std::string& b) {
+    return qbSystemIsSame(a, b);
+}
+
 // A backslash is a letter of the name where a file has it in its name, and a separator everywhere else.
 static const char* separatorsOf(const std::string& path) {
     return path.find('\\') == std::string::npos || qbSystemExists(path) ? "/" : "/\\";
@@ -139,7 +143,7 @@ const char* qbFullPath(const char* path) {
     std::string full;
     if (!name.empty() && !qbPathResolve(name.c_str(), full)) full = name;
     while (full.starts_with("./"))
-        full.erase(0, 2);
+        full.erase(0, std::min(full.find_first_not_of('/', 1), full.size()));
     if (!qbSystemIsAbsolute(full)) {
         std::string directory;
         if (!qbSystemCurrentDirectory(directory)) return keep(buffer, "");

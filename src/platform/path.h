@@ -23,6 +23,8 @@ std::FILE* qbPathOpen(const char* name, const char* mode);
 
 // True for a plain file and a link to one, under this very name.
 bool qbPathIsFile(const std::string& name);
+// True when these very names mean one file or directory that exists, by way of links too.
+bool qbPathIsSame(const std::string& a, const std::string& b);
 
 // The name with its extension: "xport/ville.quab" gives "ville.quab". 256 characters at most.
 const char* qbBaseName(const char* path);

@@ -17,6 +17,12 @@ bool qbSystemIsFile(const std::string& name) {
     return stat(name.c_str(), &info) == 0 && S_ISREG(info.st_mode);
 }
 
+bool qbSystemIsSame(const std::string& a, const std::string& b) {
+    struct stat first, second;
+    return stat(a.c_str(), &first) == 0 && stat(b.c_str(), &second) == 0 && first.st_dev == second.st_dev &&
+           first.st_ino == second.st_ino;
+}
+
 bool qbSystemIsAbsolute(const std::string& name) {
     return !name.empty() && name[0] == '/';
 }

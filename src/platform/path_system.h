@@ -8,6 +8,8 @@
 
 bool qbSystemExists(const std::string& name);
 bool qbSystemIsFile(const std::string& name); // links are followed
+// True when both exist and are one file; links are followed.
+bool qbSystemIsSame(const std::string& a, const std::string& b);
 // True for a name that does not depend on the current directory.
 bool qbSystemIsAbsolute(const std::string& name);
 // The names in a directory in no particular order, without "." and ".."; none when it can not be read.

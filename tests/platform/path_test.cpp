@@ -78,8 +78,10 @@ TEST_F(Path, SplitsAtEitherSeparator) {
 
 TEST_F(Path, FullPathIsAbsoluteAndNeverCut) {
     directory.write("Data/sub dir/a.txt");
-    EXPECT_EQ(qbFullPath("./new.txt"), directory.path() + "/new.txt");
-    EXPECT_EQ(qbFullPath("."), directory.path());
+    for (const char* name : {"./new.txt", ".//new.txt", "././/new.txt"})
+        EXPECT_EQ(qbFullPath(name), directory.path() + "/new.txt") << name;
+    for (const char* name : {".", "./", ".//"})
+        EXPECT_EQ(qbFullPath(name), directory.path()) << name;
     const std::string longest = "/" + std::string(2047, 'n');
     EXPECT_EQ(qbFullPath(longest.c_str()), longest);
     EXPECT_STREQ(qbFullPath((longest + "n").c_str()), "");

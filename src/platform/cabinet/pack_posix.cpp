@@ -215,6 +215,20 @@ int checkCabinet(const QbCabinetPacking& packing, const std::vector<Entry>& entr
     return 0;
 }
 
+// Removes an older cabinet, so that it is not taken for the result.
+int clearPlace(const std::string& cabinet, std::string& reason) {
+    const std::string directory = cabinet.substr(0, cabinet.rfind('/') + 1);
+    struct stat status;
+    const bool older = lstat(cabinet.c_str(), &status) == 0;
+    const int result =
+        older ? unlink(cabinet.c_str()) : faccessat(AT_FDCWD, directory.c_str(), W_OK, AT_EACCESS);
+    if (result == 0) return 0;
+    const int error = errno;
+    if (older) return failWith(reason, "the older " + cabinet + " can not be replaced: " + strerror(error));
+    return failWith(reason, cabinet + " can not be made there: " + strerror(error) +
+                                "; pack from a directory that may be written");
+}
+
 } // namespace
 
 int qbCabinetPack(const QbCabinetPacking& packing, std::string& command, std::string& reason) {
@@ -233,9 +247,7 @@ int qbCabinetPack(const QbCabinetPacking& packing, std::string& command, std::st
     if (tool.empty())
         return failWith(reason, "the tool gcab is missing: install the package gcab, or put gcab beside the "
                                 "program or on the PATH");
-    // So that no older cabinet is taken for the result.
-    if (unlink(packing.cabinet.c_str()) != 0 && errno != ENOENT)
-        return failWith(reason, "the older " + packing.cabinet + " can not be replaced: " + strerror(errno));
+    if (clearPlace(packing.cabinet, reason) != 0) return -1;
     if (runTool(arguments, base, packing.output, reason) != 0) return -1;
     return checkCabinet(packing, entries, reason);
 }

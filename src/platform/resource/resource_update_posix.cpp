@@ -69,7 +69,7 @@ static bool mayReplace(const char* target, const struct stat& source) {
     if (stat(target, &status) != 0) return errno == ENOENT;
     const bool same = status.st_dev == source.st_dev && status.st_ino == source.st_ino;
     if (same || !S_ISREG(status.st_mode)) {
-        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+        errno = same ? EINVAL : S_ISDIR(status.st_mode) ? EISDIR : EEXIST;
         return false;
     }
     return faccessat(AT_FDCWD, target, W_OK, AT_EACCESS) == 0 || errno == ETXTBSY;

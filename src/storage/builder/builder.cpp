@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <new>
 
@@ -30,7 +31,14 @@ struct Cabinet {
     const char* remedy;  // when no file matches
 };
 
-enum { ROW_SHADERS = 0 }; // of the extraction directories
+// Of the extraction directories: one that playing uses too, which clears up after a packer that was killed.
+enum { ROW_SHADERS = 1 };
+
+// What is going to be packed.
+struct Show {
+    std::string baseDir, script; // the script by its name
+    QbPatternList data, music;
+};
 
 using FilePtr = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 using Files = std::vector<QbCabinetFile>;
@@ -39,7 +47,8 @@ using Files = std::vector<QbCabinetFile>;
 
 static const Cabinet CABINETS[] = {
     {QB_CAB_DATA, "tmp_demo_data.cab", "script and scenes", "data", "name the script as its file is named"},
-    {QB_CAB_MUSIC, "tmp_demo_music.cab", "tunes", "music", "put a tune there, a file of silence will do"},
+    {QB_CAB_MUSIC, "tmp_demo_music.cab", "tunes", "music",
+     "put a tune into the directory of the tunes, a file of silence will do"},
     {QB_CAB_LOADING, "tmp_demo_loading.cab", "loading picture", "loading",
      "put a loading.png beside the script: it is shown while the show loads"},
     {QB_CAB_DEFDATA, "tmp_demo_defdata.cab", "built-in shaders", "default data",
@@ -117,11 +126,20 @@ int qbCabStore(const char* exe, const char* cab, int id) {
 
 // --- making a cabinet -----------------------------------------------------------------------------------
 
-// Where the tool's output goes: the base directory, or beside the cabinet where that may not be written.
+// Shaders that do not lie beside the program come out of it; their directory is deleted at the end.
+static bool isUnpacked(const std::string& baseDir, int id) {
+    const char* program = qbProgramDirectory();
+    return id == QB_CAB_DEFDATA && baseDir != (program ? program : "");
+}
+
+// Where the tool's output goes: the base directory, or beside the cabinet where that may not be written or
+// does not last.
 static std::string outputPath(const std::string& baseDir, const std::string& cabinet, int id) {
     const std::string name = "out-" + std::to_string(id) + ".txt";
+    const std::string beside = qbDirName(cabinet.c_str()) + name;
+    if (isUnpacked(baseDir, id)) return beside;
     const FilePtr file(qbPathOpen((baseDir + name).c_str(), "wb"), fclose);
-    return file ? baseDir + name : qbDirName(cabinet.c_str()) + name;
+    return file ? baseDir + name : beside;
 }
 
 static void tellLeftOut(const QbMatchedFiles& matched, const std::string& baseDir) {
@@ -136,8 +154,8 @@ static int runTool(const QbCabinetPacking& packing, const QbPatternList& list, c
     int result = qbCabinetPack(packing, command, reason);
     if (packing.files.empty()) {
         result = -1;
-        reason =
-            "Nothing in " + packing.baseDirectory + " matches " + qbPatternText(list) + "- " + cabinet.remedy;
+        reason = std::string("Nothing to pack: ") + cabinet.remedy + ".\nNothing in " +
+                 packing.baseDirectory + " matches " + qbPatternText(list);
     }
     if (result == 0) return 0;
     qbMessage("%s", reason.c_str());
@@ -182,67 +200,103 @@ int qbCabAdd(const char* target, int id, const char* baseDir, const QbPatternLis
 
 // --- the whole show -------------------------------------------------------------------------------------
 
-// A name to be written: another file that differs in letter case alone is left in peace.
-static std::string fullTarget(const std::string& target) {
-    const std::string directory = qbDirName(target.c_str());
-    std::string full = qbFullPath(directory.c_str());
+// The full path of the directory that a path begins with, with its trailing separator, and without ".." and
+// links where there is such a directory.
+static std::string fullDirectory(const std::string& path) {
+    std::string full = qbFullPath(qbDirName(path.c_str()));
+    std::error_code error;
+    const std::filesystem::path real = std::filesystem::canonical(full, error);
+    if (!error) full = real.string();
     if (!full.empty() && full.back() != '/') full += '/';
-    return full + target.substr(directory.size());
+    return full;
+}
+
+static bool isToBePacked(const std::string& target, const Show& show) {
+    const QbPatternList lists[] = {show.data, show.music, qbLoadingPatterns()};
+    for (const QbPatternList& list : lists)
+        for (const std::string& file : qbPatternFiles(show.baseDir, list).files)
+            if (qbPathIsSame(target, file.starts_with('/') ? file : show.baseDir + file)) return true;
+    return false;
 }
 
 // The full path; empty after a message.
-static std::string checkedTarget(const char* target, const std::string& script) {
-    const std::string full = fullTarget(target);
+static std::string checkedTarget(const std::string& target, const Show& show) {
+    // A name to be written: another file that differs in letter case alone is left in peace.
+    const std::string full = fullDirectory(target) + target.substr(strlen(qbDirName(target.c_str())));
     if (full.size() > QB_TARGET_PATH_MAX) {
         qbMessage("The full path of the target holds %zu characters, %d at most: choose a shorter one\n%s",
                   full.size(), QB_TARGET_PATH_MAX, full.c_str());
         return "";
     }
-    if (full != script) return full;
-    qbMessage("The target is the script itself, choose another name: %s", full.c_str());
+    if (qbPathIsSame(full, show.baseDir + show.script)) {
+        qbMessage("The target is the script itself, choose another name: %s", full.c_str());
+        return "";
+    }
+    if (!isToBePacked(full, show)) return full;
+    qbMessage("The target is a file of the show that is to be packed, choose another name: %s", full.c_str());
     return "";
 }
 
 static int copyProgram(const std::string& target) {
     const std::string program = qbProgramPath();
     if (qbResourceCopyProgram(program.c_str(), target.c_str()) == 0) return 0;
-    if (errno == EINVAL)
+    const int error = errno;
+    if (error == EINVAL)
         qbMessage("%s: it is this very program, choose another target", target.c_str());
+    else if (error == EEXIST)
+        qbMessage("%s: it is no plain file, choose another target", target.c_str());
+    else if (error == ENOEXEC || !qbFileExists(program.c_str()))
+        tellReason(program.c_str(), error);
     else
-        tellReason(target.c_str(), errno);
+        tellReason(target.c_str(), error);
     qbMessage("Failed to copy %s to %s\n", program.c_str(), target.c_str());
     return -1;
 }
 
 static int addStep(const std::string& target, int id, const std::string& baseDir, const QbPatternList& list,
                    Files& contents) {
+    if (qbProcessEndAsked() != 0) return -1;
     if (addCabinet(target.c_str(), id, baseDir, list, contents) == 0) return 0;
     qbMessage("Failed to add %s to cab base_dir='%s' dirlist='%s'\n", cabinetOf(id).failure, baseDir.c_str(),
               qbPatternText(list).c_str());
     return -1;
 }
 
+// For the files that have none of their own.
+static std::string commonRemedy(const std::vector<QbMissingFile>& missing) {
+    const auto count =
+        std::count_if(missing.begin(), missing.end(), [](const auto& file) { return file.remedy.empty(); });
+    if (count == 0) return "Then pack again.";
+    return std::string("Put ") + (static_cast<size_t>(count) == missing.size() ? "it" : "the others") +
+           " into the directory of the scene or of the tunes, below the script's, and pack again.";
+}
+
 // The message holds the first ones, as far as they fit; the standard output has all.
 static void reportMissing(const std::vector<QbMissingFile>& missing) {
     enum { SHOWN_MAX = 10, SHOWN_LENGTH_MAX = 700 };
-    if (missing.empty()) {
-        qbTrace("Everything that the script names is packed.\n");
-        return;
-    }
     std::string list;
     size_t shown = 0;
     for (const QbMissingFile& file : missing) {
-        const std::string line = file.path + " (" + file.owner + ")\n";
+        const std::string remedy = file.remedy.empty() ? "" : " - " + file.remedy;
+        const std::string line = file.path + " (" + file.owner + ")" + remedy + "\n";
         std::fputs(("Not packed: " + line).c_str(), stdout);
         if (shown >= SHOWN_MAX || list.size() + line.size() > SHOWN_LENGTH_MAX) continue;
         list += line;
         shown++;
     }
     if (shown < missing.size()) list += "and " + std::to_string(missing.size() - shown) + " more\n";
-    qbMessage("The packed show will not find what no cabinet holds:\n%sPut it into the directory of the "
-              "scene or of "
-              "the tunes, below the script's, and pack again.",
-              list.c_str());
+    qbMessage("The packed show will not find what no cabinet holds:\n%s%s", list.c_str(),
+              commonRemedy(missing).c_str());
+}
+
+static void checkScript(const std::string& script, const Files& data, std::vector<QbMissingFile>& missing) {
+    const auto isScript = [&](const QbCabinetFile& file) { return file.name == script; };
+    const char* remedy = nullptr;
+    if (!qbMatchesPattern(script, "*.demo.ini"))
+        remedy = "rename the script to end in .demo.ini";
+    else if (std::none_of(data.begin(), data.end(), isScript))
+        remedy = "give it a plainer name";
+    if (remedy) missing.insert(missing.begin(), {script, "the script", remedy});
 }
 
 // Where the built-in shaders lie: beside the program, or, where a packed program stands alone, among what it
@@ -258,20 +312,19 @@ static std::string shaderBase() {
     return base;
 }
 
-static void packShow(const QbDemo& demo, const std::vector<std::string>& directories,
-                     const std::string& script, const std::string& target) {
-    const std::string baseDir = qbDirName(script.c_str()), name = qbBaseName(script.c_str());
-    const QbPatternList list = qbDataPatterns(directories, demo.shadersDirectory, name.c_str());
+static void packShow(const QbDemo& demo, const Show& show, const std::string& target) {
     Files data, music, loading, shaders;
-    if (addStep(target, QB_CAB_DATA, baseDir, list, data) != 0 ||
-        addStep(target, QB_CAB_MUSIC, baseDir, qbMusicPatterns(demo.musicDirectory), music) != 0 ||
-        addStep(target, QB_CAB_LOADING, baseDir, qbLoadingPatterns(), loading) != 0 ||
+    if (addStep(target, QB_CAB_DATA, show.baseDir, show.data, data) != 0 ||
+        addStep(target, QB_CAB_MUSIC, show.baseDir, show.music, music) != 0 ||
+        addStep(target, QB_CAB_LOADING, show.baseDir, qbLoadingPatterns(), loading) != 0 ||
         addStep(target, QB_CAB_DEFDATA, shaderBase(), qbShaderPatterns(), shaders) != 0)
         return;
-    std::vector<QbMissingFile> missing = qbShowMissing(demo, baseDir, data, music);
-    if (!qbMatchesPattern(name, "*.demo.ini"))
-        missing.insert(missing.begin(), {name, "the script: its name has to end in .demo.ini"});
-    reportMissing(missing);
+    QbShowCheck check = qbShowCheck(demo, show.baseDir, data, music);
+    checkScript(show.script, data, check.missing);
+    if (!check.missing.empty())
+        reportMissing(check.missing);
+    else if (check.complete)
+        qbTrace("Everything that the script names is packed.\n");
     qbTrace("%s: %ld bytes\n", target.c_str(), sizeOfFile(target.c_str()));
 }
 
@@ -288,7 +341,12 @@ void qbDemoExe(const char* target, const char* ini) {
         return;
     }
     const std::string script = qbFullPath(ini);
-    const std::string full = checkedTarget(target, script);
-    if (!full.empty() && copyProgram(full) == 0) packShow(*demo, directories, script, full);
+    Show show;
+    show.baseDir = fullDirectory(script);
+    show.script = qbBaseName(script.c_str());
+    show.data = qbDataPatterns(directories, demo->shadersDirectory, show.script.c_str());
+    show.music = qbMusicPatterns(demo->musicDirectory);
+    const std::string full = checkedTarget(target, show);
+    if (!full.empty() && copyProgram(full) == 0) packShow(*demo, show, full);
     qbCabClose(ROW_SHADERS); // harmless when nothing was unpacked
 }

@@ -10,7 +10,7 @@ enum { QB_TARGET_PATH_MAX = 260 }; // characters of the target's full path
 // Copies this program to `target` and stores the four cabinets in it. Messages tell of every failure, and of
 // what the script names and no cabinet holds; what was packed is printed. After a failure the target keeps
 // what was stored until then; the tool's cabinets stay in the current directory, and what it printed beside
-// the script.
+// the script. A target that is the script, or any other file that is to be packed, is refused.
 void qbDemoExe(const char* target, const char* ini);
 
 // File patterns ("xport\*.quab"), relative to a base directory.

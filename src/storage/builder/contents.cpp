@@ -28,7 +28,7 @@ struct Check {
     std::unordered_set<std::string>
         looked; // scenes, and meshes and shaders with the directory of their scene
     std::unordered_set<std::string> reported;
-    std::vector<QbMissingFile> missing;
+    QbShowCheck result;
 };
 
 // An open scene. Names in it are relative to `directory`.
@@ -73,6 +73,10 @@ static std::string quoted(const char* name) {
     return std::string("\"") + (name ? name : "") + '"';
 }
 
+static bool leadsOut(const std::string& path) {
+    return isAbsolute(path) || path == ".." || path.starts_with("../");
+}
+
 // The name in the cabinet of the first of `paths` that is there; else null, and the first one is missing.
 static const std::string* need(Check& check, const Names& names, const std::vector<std::string>& paths,
                                const std::string& owner) {
@@ -80,7 +84,10 @@ static const std::string* need(Check& check, const Names& names, const std::vect
         const auto found = names.find(folded(path));
         if (found != names.end()) return &found->second;
     }
-    if (check.reported.insert(folded(paths[0])).second) check.missing.push_back({paths[0], owner});
+    if (!check.reported.insert(folded(paths[0])).second) return nullptr;
+    const bool outside = std::all_of(paths.begin(), paths.end(), leadsOut);
+    check.result.missing.push_back(
+        {paths[0], owner, outside ? "leads out of the script's directory: move it below" : ""});
     return nullptr;
 }
 
@@ -197,6 +204,7 @@ static void checkScene(Check& check, const char* directory, const char* filename
     if (!need(check, check.data, {path}, owner) || !isFirstLook(check, directory, path)) return;
     const ScenePtr handle = openScene(check.baseDir + directory, filename);
     if (!handle) {
+        check.result.complete = false;
         qbMessage("%s can not be read as a scene: what it names was not looked for", path.c_str());
         return;
     }
@@ -219,14 +227,13 @@ static void checkPart(Check& check, const QbDemo& demo, int index) {
         need(check, check.music, {belowScript(demo.musicDirectory, part.music)}, "tune of " + owner);
 }
 
-std::vector<QbMissingFile> qbShowMissing(const QbDemo& demo, const std::string& baseDir,
-                                         const std::vector<QbCabinetFile>& data,
-                                         const std::vector<QbCabinetFile>& music) {
+QbShowCheck qbShowCheck(const QbDemo& demo, const std::string& baseDir,
+                        const std::vector<QbCabinetFile>& data, const std::vector<QbCabinetFile>& music) {
     Check check;
     check.baseDir = baseDir;
     check.data = namesOf(data);
     check.music = namesOf(music);
     for (int i = 0; i < demo.partCount; i++)
         checkPart(check, demo, i);
-    return std::move(check.missing);
+    return std::move(check.result);
 }

@@ -187,6 +187,11 @@ QbMatchedFiles qbPatternFiles(const std::string& baseDir, const QbPatternList& l
     std::string opened; // patterns of one directory stand together
     bool isOpen = false;
     for (const std::string& pattern : list) {
+        // A script may be called "*.demo.ini", or have a backslash in its name.
+        if (pattern.find('/') == std::string::npos && qbPathIsFile(baseDir + pattern)) {
+            addMatch(matches, pattern);
+            continue;
+        }
         const size_t separator = pattern.find_last_of(SEPARATORS);
         const std::string wanted = separator == std::string::npos ? "" : pattern.substr(0, separator);
         const std::string name = separator == std::string::npos ? pattern : pattern.substr(separator + 1);

@@ -36,7 +36,7 @@ struct QbMatchedFiles {
 // Finds the files in the order of the patterns, those of one pattern in byte order, each once; directories
 // and links to nowhere are passed over. Letter case does not count. A pattern is a directory, a backslash,
 // and either "*.ext" or a name; without a directory it means the base directory, which is a full path with
-// its trailing separator.
+// its trailing separator. A file there that has the very text of a pattern for its name is the one meant.
 //
 // The cabinet drops what leads out of the base directory ("../", "/") from a name. Where that makes two files
 // one, the one below the base directory is taken.

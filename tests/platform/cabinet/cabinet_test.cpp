@@ -254,20 +254,13 @@ TEST_F(Cabinet, DamageIsToldInOneLineAndNeverCrashes) {
     const std::string whole = contentOf("made.cab");
     const std::string stored = cabinetOf({"a", "b"});
     for (const std::string& good : {whole, stored})
-        for (size_t size = 0; size < good.size(); ++size) {
-            directory.write("t.cab", good.substr(0, size));
-            EXPECT_EQ(unpack("t.cab"), EBADMSG) << size;
-            EXPECT_TRUE(line.starts_with("The cabinet t.cab is damaged")) << size << line;
-            EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), 1) << line;
-        }
-    for (const std::string& good : {whole, stored})
         for (size_t i = 0; i < good.size(); ++i)
-            for (const int bits : {0x01, 0x80, 0xff}) {
+            for (const int bits : {0, 0x01, 0x80, 0xff}) { // 0: cut here
                 std::string bad = good;
                 bad[i] = static_cast<char>(bad[i] ^ bits);
-                directory.write("t.cab", bad);
+                directory.write("t.cab", bits ? bad : good.substr(0, i));
                 const int error = unpack("t.cab");
-                EXPECT_TRUE(error == 0 || error == EBADMSG || error == EPERM || error == EISDIR)
+                EXPECT_TRUE(error == EBADMSG || (bits && (error == 0 || error == EPERM || error == EISDIR)))
                     << i << ' ' << error << line;
                 EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), error ? 1 : 0) << line;
             }
@@ -403,6 +396,9 @@ TEST_F(Cabinet, ACabinetThatLacksAFileIsNoSuccess) {
     fs::remove("made.cab");
     fs::create_directories("made.cab/x");
     EXPECT_EQ(pack({"a"}), "the older " + top + "/made.cab can not be replaced: Is a directory");
+    EXPECT_EQ(qbCabinetPack({top + "/no/made.cab", top + "/base", {"a"}, "out.txt"}, command, reason), -1);
+    EXPECT_EQ(reason, top + "/no/made.cab can not be made there: No such file or directory; pack from a "
+                            "directory that may be written");
 }
 
 TEST_F(Cabinet, WhatACabinetCanNotHoldIsRefused) {

@@ -316,6 +316,7 @@ TEST_F(Resource, ADamagedStoreIsNoneAndADamagedResourceIsToldAlone) {
         {"zero byte", 530, 1, 1, false, DAMAGED},
         {"block's checksum", 541, 1, 'x', false, DAMAGED},
         {"data", BLOCK + 10, 1, 'x', false, nullptr, "damaged", "second"},
+        {"bytes behind", end, 1, 'x', false, nullptr, "first", "second"},
         {"cut in the program", padding - 1, 0, 0, false, CUT},
         {"cut behind the program", padding, 0, 0, false, nullptr},
         {"cut ahead of the block", 0, 0, 0, false, CUT},
@@ -333,7 +334,7 @@ TEST_F(Resource, ADamagedStoreIsNoneAndADamagedResourceIsToldAlone) {
         SCOPED_TRACE(damage.what);
         std::string file = good;
         const size_t offset = static_cast<size_t>(static_cast<long>(base()) + damage.offset);
-        if (damage.size == 0) file.resize(offset);
+        file.resize(damage.size ? std::max(file.size(), offset + damage.size) : offset);
         memcpy(file.data() + offset, &damage.value, damage.size);
         if (damage.sealed) {
             const auto checksum =
@@ -355,19 +356,9 @@ TEST_F(Resource, ADamagedStoreIsNoneAndADamagedResourceIsToldAlone) {
         EXPECT_EQ(store("show", {{503, "third"}}), 0);
         EXPECT_EQ(carriedBy("show", {503}), "third");
         EXPECT_EQ(carried(500), dropped ? "none" : expected(damage.first));
-        if (!dropped) continue;
-        EXPECT_EQ(fs::file_size("show"), base() + BLOCK + strlen("third"));
+        const size_t others = dropped ? BLOCK : static_cast<size_t>(end);
+        EXPECT_LE(fs::file_size("show"), base() + others + strlen("third"));
     }
-}
-
-TEST_F(Resource, BytesBehindTheStoreDoNoHarm) {
-    EXPECT_EQ(store("show", {{500, "first"}}), 0);
-    std::ofstream("show", std::ios::app) << noise(5000, 1);
-    EXPECT_EQ(carriedBy("show", {500}), "first");
-    EXPECT_EQ(store("show", {{501, "second"}}), 0);
-    EXPECT_EQ(carriedBy("show", {500, 501}), "firstsecond");
-    EXPECT_EQ(fs::file_size("show"), base() + BLOCK + strlen("firstsecond"));
-    EXPECT_TRUE(messages_.texts().empty());
 }
 
 // --- what can not be written ----------------------------------------------------------------------------
@@ -453,7 +444,7 @@ TEST_F(Resource, CopiesTheProgramWithoutResourcesOverAnythingButItself) {
     for (const char* target : {"show", "./show", "link", "hard"})
         EXPECT_EQ(copyError("show", target), EINVAL) << target;
     EXPECT_EQ(copyError("show", "directory"), EISDIR);
-    EXPECT_EQ(copyError("show", "/dev/null"), EINVAL);
+    EXPECT_EQ(copyError("show", "/dev/null"), EEXIST);
     EXPECT_EQ(copyError("show", "absent/x"), ENOENT);
     EXPECT_EQ(copyError("show", ""), ENOENT);
     EXPECT_TRUE(geteuid() == 0 || copyError("copy", "show") == EACCES); // write-protected
@@ -552,25 +543,20 @@ TEST_F(Resource, HostileHeadersAreRefused) {
         ASSERT_EQ(beginError("show"), ENOEXEC) << size;
     }
 
-    std::mt19937 random(1);
-    const uint64_t areas[][2] = {{EI_CLASS, sizeof(header) - EI_CLASS},
-                                 {header.e_phoff, header.e_phnum * sizeof(Elf64_Phdr)},
-                                 {header.e_shoff, header.e_shnum * sizeof(Elf64_Shdr)}};
+    // Each half word of the headers, and so each field, gets the largest value.
+    const size_t areas[][2] = {{EI_CLASS, sizeof(header)},
+                               {header.e_phoff, header.e_phoff + header.e_phnum * sizeof(Elf64_Phdr)},
+                               {header.e_shoff, header.e_shoff + header.e_shnum * sizeof(Elf64_Shdr)}};
+    for (const auto& [begin, end] : areas)
+        for (size_t at = begin * 2; at + 16 <= end * 2; at += 2) { // alone, then with the three behind it
+            const size_t offset = at / 4 * 2, width = at % 4 ? 8 : 2;
+            directory_.write("show", std::string(good).replace(offset, width, width, '\xff'));
+            const std::string found = carriedBy("show", {500});
+            ASSERT_TRUE(found == "first" || found == "none") << offset;
+            const int error = beginError("show");
+            ASSERT_TRUE(error == 0 || error == ENOEXEC) << offset;
+        }
     directory_.write("show", good);
-    std::fstream file("show", std::ios::in | std::ios::out | std::ios::binary);
-    for (int round = 0; round < 2400; ++round) {
-        const uint64_t* area = areas[round % 3];
-        const uint64_t offset = area[0] + random() % (area[1] - 8);
-        const uint64_t value = (random() % 2 ? UINT64_MAX : random()) << (random() % 64);
-        file.seekp(static_cast<std::streamoff>(offset));
-        file.write(reinterpret_cast<const char*>(&value), random() % 2 ? 8 : 2).flush();
-        const std::string found = carriedBy("show", {500});
-        ASSERT_TRUE(found == "first" || found == "none") << round;
-        const int error = beginError("show");
-        ASSERT_TRUE(error == 0 || error == ENOEXEC) << round;
-        file.seekp(static_cast<std::streamoff>(offset));
-        file.write(good.data() + offset, 8).flush();
-    }
     testing::internal::GetCapturedStderr();
     EXPECT_EQ(carriedBy("show", {500}), "first");
 }

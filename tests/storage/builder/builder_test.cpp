@@ -158,45 +158,40 @@ TEST_F(Builder, CopiesThenAddsFourCabinetsAndReports) {
 }
 
 TEST_F(Builder, EveryFailureEndsTheBuildWithItsMessages) {
-    const std::string data =
-        qbPatternText(qbDataPatterns({"xport", "Deep\\Yard"}, "fx", "-my \"show\" one.demo.ini"));
-    const std::string added = "data to cab base_dir='" + base + "' dirlist='" + data;
-    const std::string cab = here("tmp_demo_data.cab"),
-                      copied = std::string("copy ") + qbProgramPath() + " to " + target + "\n";
-    const std::string says = "the tool says no", tool = "execute: tool tmp_demo_";
+    const std::string cab = here("tmp_demo_data.cab"), program = qbProgramPath(), says = "the tool says no",
+                      copied = "copy " + program + " to " + target + "\n", tool = "execute: tool tmp_demo_",
+                      inShow = " to cab base_dir='" + base + "' dirlist='",
+                      data = "data" + inShow +
+                             qbPatternText(
+                                 qbDataPatterns({"xport", "Deep\\Yard"}, "fx", "-my \"show\" one.demo.ini")),
+                      full = target + ": No space left on device";
     const struct {
         Faults fault;
         std::string reason, failed, add; // the texts behind "Failed to", "Failed to add"
         size_t calls;                    // until the build ended
     } cases[] = {
         {{.copy = EACCES}, target + ": Permission denied", copied, "", 1},
+        {{.copy = ENOEXEC}, program + ": Exec format error", copied, "", 1},
+        {{.copy = EEXIST}, target + ": it is no plain file, choose another target", copied, "", 1},
         {{.copy = EINVAL}, target + ": it is this very program, choose another target", copied, "", 1},
-        {{.tool = 500}, says, tool + "data.cab", added, 2},
+        {{.tool = 500}, says, tool + "data.cab", data, 2},
         {{.tool = 501},
          says,
          tool + "music.cab",
-         "music to cab base_dir='" + base + "' dirlist='music\\*.mp3 music\\*.mpg music\\*.mpeg ",
+         "music" + inShow + "music\\*.mp3 music\\*.mpg music\\*.mpeg ",
          6},
-        {{.tool = 502},
-         says,
-         tool + "loading.cab",
-         "loading to cab base_dir='" + base + "' dirlist='loading.png ",
-         10},
+        {{.tool = 502}, says, tool + "loading.cab", "loading" + inShow + "loading.png ", 10},
         {{.tool = 503},
          says,
          tool + "defdata.cab",
-         std::string("default data to cab base_dir='") + qbProgramDirectory() +
-             "' dirlist='shaders\\*.fx shaders\\*.hlsl shaders\\*.vsh shaders\\*.psh ",
+         std::string("default data to cab base_dir='") + qbProgramDirectory() + "' dirlist='" +
+             qbPatternText(qbShaderPatterns()),
          14},
-        {{.list = EBADMSG}, cab + " can not be read back and is not stored", "", added, 2},
-        {{.emptyCabinet = true}, "", "get size of cab " + cab, added, 2},
-        {{.begin = EROFS}, target + ": Read-only file system", "BeginUpdate " + target, added, 3},
-        {{.put = ENOSPC}, target + ": No space left on device", "UpdateResource " + target, added, 5},
-        {{.end = ENOSPC},
-         target + ": No space left on device",
-         "EndUpdate " + target + " lastError=28",
-         added,
-         5},
+        {{.list = EBADMSG}, cab + " can not be read back and is not stored", "", data, 2},
+        {{.emptyCabinet = true}, "", "get size of cab " + cab, data, 2},
+        {{.begin = EROFS}, target + ": Read-only file system", "BeginUpdate " + target, data, 3},
+        {{.put = ENOSPC}, full, "UpdateResource " + target, data, 5},
+        {{.end = ENOSPC}, full, "EndUpdate " + target + " lastError=28", data, 5},
     };
     for (const auto& c : cases) {
         faults = c.fault;
@@ -230,8 +225,16 @@ TEST_F(Builder, MemoryAndReadFailuresStoreNothing) {
 TEST_F(Builder, ScriptsAndTargetsAreCheckedFirst) {
     EXPECT_EQ(build("target", "none.demo.ini"),
               (Texts{"Fail to parse ini", "Failed to load ini file none.demo.ini\n"}));
-    EXPECT_EQ(build(SHOW_SCRIPT),
-              Texts{"The target is the script itself, choose another name: " + here(SHOW_SCRIPT)});
+    std::filesystem::create_symlink(SHOW_SCRIPT, "link");
+    const std::string name = std::string(SHOW_SCRIPT).substr(5), inShow = "show/xport/../";
+    for (const std::string& taken : {SHOW_SCRIPT + std::string(), inShow + name, std::string("link")})
+        EXPECT_EQ(build(taken, inShow + name),
+                  Texts{"The target is the script itself, choose another name: " +
+                        (taken == "link" ? here(taken) : base + name)});
+    for (const char* taken : {"loading.png", "xport/Room.quab", "music/Tune.MP3"})
+        EXPECT_EQ(build(inShow + taken),
+                  Texts{"The target is a file of the show that is to be packed, choose another name: " +
+                        std::filesystem::canonical(inShow + taken).string()});
     std::string many;
     for (int part = 10; part < 26; part++) {
         many += "[part." + std::to_string(part) + "]\ndirectory=d\n";
@@ -257,14 +260,9 @@ TEST_F(Builder, ScriptsAndTargetsAreCheckedFirst) {
 
 TEST_F(Builder, PatternsThatMatchNothingAreTheReason) {
     std::filesystem::remove("show/loading.png");
-    EXPECT_EQ(build()[0], "Nothing in " + base +
-                              " matches loading.png - put a loading.png beside the script: it is "
-                              "shown while the show loads");
-    std::filesystem::remove("show/music/Tune.MP3");
-    EXPECT_EQ(build()[0],
-              "Nothing in " + base +
-                  " matches music\\*.mp3 music\\*.mpg music\\*.mpeg - put a tune there, a file of silence "
-                  "will do");
+    EXPECT_EQ(build()[0], "Nothing to pack: put a loading.png beside the script: it is shown while the show "
+                          "loads.\nNothing in " +
+                              base + " matches loading.png ");
 }
 
 TEST_F(Builder, TellsTheFirstTenOfWhatIsMissingAndPrintsAll) {
@@ -276,20 +274,26 @@ TEST_F(Builder, TellsTheFirstTenOfWhatIsMissingAndPrintsAll) {
                     "again."});
     EXPECT_EQ(calls.size(), 17U);
 
-    std::string script;
+    directory.write("show/xport/Room.quab", "FORM, says the file");
+    EXPECT_EQ(build().back(), "xport/room.quab can not be read as a scene: what it names was not looked for");
+    EXPECT_EQ(output.find("Everything"), std::string::npos);
+
+    std::string script = "[part.0]\nmusic=../m/x.mp3\n";
     for (const char* letter = "abcdefghijkl"; *letter; letter++)
         script += std::string("[part.") + letter + "]\nfilename=" + *letter + ".quab\n";
     directory.write("show/missing.txt", script);
     std::filesystem::copy("show/music/Tune.MP3", "show/tune.mp3");
     const Texts told = build("target", "show/missing.txt");
     ASSERT_EQ(told.size(), 1U);
-    EXPECT_NE(
-        told[0].find(
-            "\nmissing.txt (the script: its name has to end in .demo.ini)\na.quab (part 1 of the script)"),
-        std::string::npos)
+    EXPECT_NE(told[0].find("\nmissing.txt (the script) - rename the script to end in .demo.ini\n../m/x.mp3 "
+                           "(tune of part 1 of the script) - leads out of the script's directory: move it "
+                           "below\na.quab (part 2 of the script)\n"),
+              std::string::npos)
         << told[0];
-    EXPECT_NE(told[0].find("\ni.quab (part 9 of the script)\nand 3 more\nPut"), std::string::npos) << told[0];
-    EXPECT_NE(output.find("Not packed: l.quab (part 12 of the script)\n"), std::string::npos);
+    EXPECT_NE(told[0].find("\nh.quab (part 9 of the script)\nand 4 more\nPut the others into"),
+              std::string::npos)
+        << told[0];
+    EXPECT_NE(output.find("Not packed: l.quab (part 13 of the script)\n"), std::string::npos);
 }
 
 } // namespace

@@ -19,8 +19,8 @@ protected:
     // "path (owner)" of each missing file.
     std::vector<std::string> missing() const {
         std::vector<std::string> lines;
-        for (const QbMissingFile& file : qbShowMissing(*demo, directory.path() + "/show/", data, music))
-            lines.push_back(file.path + " (" + file.owner + ")");
+        for (const QbMissingFile& file : qbShowCheck(*demo, directory.path() + "/show/", data, music).missing)
+            lines.push_back(file.path + " (" + file.owner + ")" + file.remedy);
         return lines;
     }
     void drop(const std::string& name) {
@@ -83,16 +83,10 @@ TEST_F(Contents, WhatLeadsOutOfTheScriptsDirectoryIsMissing) {
     const char* const directories[] = {"../xport", "/xport", "\\xport", "xport/../..", "C:/xport"};
     for (const char* outside : directories) {
         snprintf(demo->parts[0].directory, sizeof demo->parts[0].directory, "%s", outside);
-        EXPECT_EQ(missing().size(), 1U) << outside;
+        const Lines lines = missing();
+        ASSERT_EQ(lines.size(), 1U) << outside;
+        EXPECT_TRUE(lines[0].ends_with(" of the script)leads out of the script's directory: move it below"));
     }
-}
-
-TEST_F(Contents, ScenesThatDoNotOpenAreTold) {
-    directory.write("show/xport/Room.quab", "FORM, says the file");
-    EXPECT_EQ(missing(), Lines());
-    ASSERT_FALSE(Messages::texts().empty());
-    EXPECT_EQ(Messages::texts().back(),
-              "xport/room.quab can not be read as a scene: what it names was not looked for");
 }
 
 } // namespace

@@ -10,12 +10,6 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-const std::string SCENE_PATTERNS(const std::string& d) {
-    return d + "\\*.x " + d + "\\*.lws.ini.bin " + d + "\\*.quab " + d + "\\*.jpg " + d + "\\*.png " + d +
-           "\\*.jpeg " + d + "\\*.bmp " + d + "\\*.gif " + d + "\\*.hlsl " + d + "\\*.vsh " + d + "\\*.psh " +
-           d + "\\*.raw ";
-}
-
 void setDirectory(char (&field)[QB_DEMO_STRING_SIZE], const std::string& name) {
     snprintf(field, sizeof field, "%s", name.c_str());
 }
@@ -35,9 +29,10 @@ std::unique_ptr<QbDemo> demoOf(const Names& directories) {
 }
 
 TEST(Patterns, AreThoseOfEachDirectoryThenShadersThenTheScript) {
-    EXPECT_EQ(qbPatternText(qbDataPatterns({"xport", "a/b"}, "fx", "my show.demo.ini")),
-              SCENE_PATTERNS("xport") + SCENE_PATTERNS("a/b") +
-                  "fx\\*.dbs fx\\*.fx fx\\*.hlsl my show.demo.ini ");
+    EXPECT_EQ(qbPatternText(qbDataPatterns({"d"}, "fx", "my show.demo.ini")),
+              "d\\*.x d\\*.lws.ini.bin d\\*.quab d\\*.jpg d\\*.png d\\*.jpeg d\\*.bmp d\\*.gif d\\*.hlsl "
+              "d\\*.vsh d\\*.psh d\\*.raw fx\\*.dbs fx\\*.fx fx\\*.hlsl my show.demo.ini ");
+    EXPECT_EQ(qbDataPatterns({"d", "a/b"}, "", "s")[12], "a/b\\*.x");
     EXPECT_EQ(qbPatternText(qbDataPatterns({}, "", "s.demo.ini")), "s.demo.ini ");
     EXPECT_EQ(qbPatternText(qbMusicPatterns("music")), "music\\*.mp3 music\\*.mpg music\\*.mpeg ");
     EXPECT_EQ(qbPatternText(qbMusicPatterns("")), "\\*.mp3 \\*.mpg \\*.mpeg ");
@@ -63,10 +58,11 @@ TEST(Patterns, DirectoriesKeepTheOrderAndTheSpellingOfTheFirst) {
 
 TEST(Patterns, MatchWhatTheToolOfOldDid) {
     const TemporaryDirectory directory;
-    for (const char* name : {"base/Xport/b.X", "base/Xport/a.x", "base/Xport/a.hlsl.x~", "base/Xport/ax",
-                             "base/Xport/.x", "base/Xport/-o \"p\".x", "base/Xport/folder.x/inner.x",
-                             "base/Xport/c.quab", "base/up.x", "base/show.demo.ini", "base/SHOW.demo.ini",
-                             "base/LOADING.png", "out/c.quab", "out/d.quab", "base/out/d.quab"})
+    for (const char* name :
+         {"base/Xport/b.X", "base/Xport/a.x", "base/Xport/a.hlsl.x~", "base/Xport/ax", "base/Xport/.x",
+          "base/Xport/-o \"p\".x", "base/Xport/folder.x/inner.x", "base/Xport/c.quab", "base/up.x",
+          "base/show.demo.ini", "base/SHOW.demo.ini", "base/LOADING.png", "base/*.demo.ini",
+          "base/xport\\b.demo.ini", "out/c.quab", "out/d.quab", "base/out/d.quab"})
         directory.write(name, name);
     std::filesystem::create_symlink("a.x", "base/Xport/link.x");
     std::filesystem::create_symlink("nowhere", "base/Xport/broken.x");
@@ -87,6 +83,8 @@ TEST(Patterns, MatchWhatTheToolOfOldDid) {
         {{"Show.demo.ini"}, {"SHOW.demo.ini"}, {}},
         {{"show.demo.ini"}, {"show.demo.ini"}, {}},
         {{"loading.png"}, {"LOADING.png"}, {}},
+        {{"*.demo.ini"}, {"*.demo.ini"}, {}},
+        {{"xport\\b.demo.ini"}, {"xport\\b.demo.ini"}, {}},
         {{"nowhere\\*.x", "xport\\*.jpg"}, {}, {}},
         {{"..\\out\\*.quab"}, {"../out/c.quab", "../out/d.quab"}, {}},
         {{"..\\OUT\\*.quab", "out\\*.quab"}, {"../out/c.quab", "out/d.quab"}, {"../out/d.quab"}},
