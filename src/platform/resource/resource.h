@@ -35,10 +35,10 @@ void qbResourceSetProgram(const char* path);
 
 // --- storing --------------------------------------------------------------------------------------------
 
-// Copies an executable, without its resources, to `target`, with its permissions; the owner may write the
-// copy. An old target is replaced at once by the whole copy, or stays as it is; it may be running. 0, or -1
-// with errno set: EINVAL when both are the same file, ENOEXEC when `source` is no executable, EISDIR when
-// `target` is a directory, EEXIST when it is something else that is no plain file.
+// Copies an executable (null: the running one), without its resources, to `target`, with its permissions; the
+// owner may write the copy. An old target is replaced at once by the whole copy, or stays as it is; it may be
+// running. 0, or -1 with errno set: EINVAL when both are the same file, ENOEXEC when `source` is no
+// executable, EISDIR when `target` is a directory, EEXIST when it is something else that is no plain file.
 int qbResourceCopyProgram(const char* source, const char* target);
 
 struct QbResourceUpdate;

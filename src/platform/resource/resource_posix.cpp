@@ -31,13 +31,8 @@ struct QbResource {
     uint32_t checksum;
 };
 
-// The running program's file answers under this name after it was moved, replaced or deleted.
-static const char runningProgram[] = "/proc/self/exe";
-
 static int openProgram() {
-    if (!program.path.empty()) return qbStoreOpen(program.path.c_str(), false);
-    const int file = qbStoreOpen(runningProgram, false);
-    return file >= 0 ? file : qbStoreOpen(qbProgramPath(), false);
+    return program.path.empty() ? qbStoreOpenRunning() : qbStoreOpen(program.path.c_str(), false);
 }
 
 // The path stands last: a message that gets too long loses no more than the path's end.

@@ -82,7 +82,7 @@ static bool isProgram(QbStoreState state) {
 }
 
 int qbResourceCopyProgram(const char* source, const char* target) {
-    const QbDescriptor from(qbStoreOpen(source, false));
+    const QbDescriptor from(source ? qbStoreOpen(source, false) : qbStoreOpenRunning());
     if (from.number() < 0) return -1;
     struct stat status;
     if (fstat(from.number(), &status) != 0 || !mayReplace(target, status)) return -1;

@@ -98,6 +98,7 @@ enum { QB_STORE_PIECE = 256 * 1024 }; // bytes that go through memory at a time
 
 // Opens a plain file. -1 with errno set, EISDIR for a directory, ENOEXEC for anything else that is no file.
 int qbStoreOpen(const char* path, bool toWrite);
+int qbStoreOpenRunning(); // likewise, the running program
 // These read and write everything, or return false with errno set; EIO when the file ends too early.
 bool qbStoreReadAt(int file, uint64_t offset, void* data, size_t size);
 bool qbStoreWriteAt(int file, uint64_t offset, const void* data, size_t size);

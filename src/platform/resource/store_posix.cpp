@@ -1,5 +1,7 @@
 #include "platform/resource/store.h"
 
+#include "platform/process.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
@@ -123,6 +125,12 @@ int qbStoreOpen(const char* path, bool toWrite) {
         return -1;
     }
     return guard.release();
+}
+
+// The running program's file answers under this name after it was moved, replaced or deleted.
+int qbStoreOpenRunning() {
+    const int file = qbStoreOpen("/proc/self/exe", false);
+    return file >= 0 ? file : qbStoreOpen(qbProgramPath(), false);
 }
 
 bool qbStoreReadAt(int file, uint64_t offset, void* data, size_t size) {

@@ -239,7 +239,7 @@ static std::string checkedTarget(const std::string& target, const Show& show) {
 
 static int copyProgram(const std::string& target) {
     const std::string program = qbProgramPath();
-    if (qbResourceCopyProgram(program.c_str(), target.c_str()) == 0) return 0;
+    if (qbResourceCopyProgram(nullptr, target.c_str()) == 0) return 0;
     const int error = errno;
     if (error == EINVAL)
         qbMessage("%s: it is this very program, choose another target", target.c_str());

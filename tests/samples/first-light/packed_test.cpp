@@ -52,12 +52,13 @@ TEST(FirstLight, PackedShowsWhatItsScriptShows) {
 
     fs::rename("show/packed", "hall/another name");
     fs::remove_all("show");
-    // Where mounts are allowed nothing can be written beside it, and where it was made is out of its sight.
+    // Where mounts are allowed nothing can be written beside it, and the built-in shaders are out of its
+    // sight.
     directory.write(
         "play.sh",
         "if [ $1 = alone ]; then\n"
         "  mount --bind hall hall && mount -o remount,ro,bind hall &&\n"
-        "  mount -t tmpfs none '" QB_SOURCE_DIR "' || exit 99\n"
+        "  mount -t tmpfs none '" QB_SOURCE_DIR "/shaders' || exit 99\n"
         "fi\n"
         "top=$PWD; cd /\n"
         "TMPDIR=$top/temporary \"$top/hall/another name\" $top/packed >$top/out.txt 2>$top/err.txt\n");
