@@ -136,8 +136,21 @@ void Passes::OnRenderPassPostRender(scene::E_SCENE_NODE_RENDER_PASS pass) {
 
 // --- nodes ----------------------------------------------------------------------------------------------
 
+// Particles are light: they add to what lies behind them. By their material they would blend by the alpha of
+// their colour, which is 0.
+static void setParticleBlending(scene::ISceneNode* node, video::E_MATERIAL_TYPE from,
+                                video::E_MATERIAL_TYPE to) {
+    if (node->getType() != scene::ESNT_PARTICLE_SYSTEM) return;
+    for (u32 i = 0; i < node->getMaterialCount(); ++i) {
+        video::SMaterial& material = node->getMaterial(i);
+        if (material.MaterialType == from) material.MaterialType = to;
+    }
+}
+
 void Passes::OnNodePreRender(scene::ISceneNode* node) {
-    if (!inSolidPass_) return;
+    if (!inSolidPass_)
+        return setParticleBlending(node, video::EMT_TRANSPARENT_VERTEX_ALPHA,
+                                   video::EMT_TRANSPARENT_ADD_COLOR);
     hasObject_ = node->getID() != -1;
     if (hasObject_) solidNodes_.push_back(node);
     const int drawn = hasObject_ ? selectDepth(node) : 0;
@@ -146,7 +159,9 @@ void Passes::OnNodePreRender(scene::ISceneNode* node) {
 }
 
 void Passes::OnNodePostRender(scene::ISceneNode* node) {
-    if (!inSolidPass_) return;
+    if (!inSolidPass_)
+        return setParticleBlending(node, video::EMT_TRANSPARENT_ADD_COLOR,
+                                   video::EMT_TRANSPARENT_VERTEX_ALPHA);
     engine_->driver->getOverrideMaterial().Enabled = false;
     if (hasObject_) qbLppRestoreMaterials(node, saved_);
 }
