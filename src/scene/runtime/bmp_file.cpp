@@ -147,7 +147,7 @@ public:
     RunReader(std::string_view data, size_t width, size_t height, bool nibbles)
         : data_(data), width_(width), height_(height), nibbles_(nibbles) {}
 
-    // False for data that end too early or leave the picture.
+    // False for data that end before the last pixel or leave the picture.
     bool read() {
         indices_.resize(width_ * height_);
         while (at_ + 2 <= data_.size()) {
@@ -156,7 +156,7 @@ public:
             if (count == 0 && value == 1) return true;
             if (!(count ? fill(count, value) : escape(value))) return false;
         }
-        return row_ >= height_;
+        return row_ >= height_ || (row_ + 1 == height_ && column_ >= width_);
     }
     const std::vector<unsigned char>& indices() const { return indices_; }
 

@@ -47,7 +47,8 @@ uint32_t QbBoxEmitter::takeDue() {
     const auto time = static_cast<f32>(time_);
     if (!(time > interval)) return 0;
     time_ = 0;
-    uint64_t due = std::min(static_cast<uint64_t>(time / interval + 0.5F), SECONDS_AT_ONCE * maxRate_);
+    const uint64_t most = SECONDS_AT_ONCE * std::max(minRate_, maxRate_);
+    uint64_t due = std::min(static_cast<uint64_t>(time / interval + 0.5F), most);
     if (limit_ != NO_LIMIT) {
         due = std::min(due, static_cast<uint64_t>(limit_ - count_));
         count_ += static_cast<int32_t>(due);

@@ -5,7 +5,7 @@
 #include <vector>
 
 // Irrlicht's box emitter with two additions: a total number of particles, and a clock that a rate of 0 sets
-// back. It draws the same random numbers in the same order.
+// back.
 //
 // Everything is 0 at first. A maximum below its minimum counts as the minimum.
 class QbBoxEmitter final : public irr::scene::IParticleBoxEmitter {

