@@ -3,6 +3,8 @@
 //
 //   objects   a frame of many boxes without lights: processor time of the drawing thread, pass by pass
 //   lights    what one light adds to a frame: over the whole picture, over a tenth of it, over a hundredth
+//   particles what 16 emitters of 1,000 particles each add to a frame, and what Irrlicht's own do
+//   terrain   what a terrain of 513 x 513 adds to a frame, and to Irrlicht's own frame
 //   start     targets and all shader variants, the second time in a row (the driver's cache is warm)
 //
 // Every row is measured many times, in turns with the others; the fastest counts, since what disturbs only
@@ -15,6 +17,7 @@
 #include "platform/message.h"
 #include "render/pipeline.h"
 #include "render/renderer.h"
+#include "render_measure.h"
 #include "scene/runtime/objects.h"
 
 #include <epoxy/gl.h>
@@ -22,12 +25,10 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <memory>
 #include <string>
 #include <vector>
@@ -35,75 +36,6 @@
 using namespace irr;
 
 namespace {
-
-struct Options {
-    int width = 800, height = 600;
-    int objects = 1000;
-    int lights = 100;
-    int frames = 60; // of each row
-};
-
-using Times = std::array<double, QB_PASS_COUNT>; // milliseconds a pass; the whole frame at QB_PASS_END
-
-const char* const PASS_NAMES[QB_PASS_COUNT] = {"prepare",     "geometry", "light",   "final",
-                                               "transparent", "post",     "present", "frame"};
-
-// --- clocks ---------------------------------------------------------------------------------------------
-
-double wallTime() {
-    const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    return std::chrono::duration<double, std::milli>(now).count();
-}
-
-// Of the drawing thread alone: a software renderer draws in threads of its own.
-double threadTime() {
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) * 1e-6;
-}
-
-// Marks at the beginning of each pass of the frame that is being drawn.
-struct Marks {
-    std::array<double, QB_PASS_COUNT> thread{}, wall{};
-    std::array<GLuint, QB_PASS_COUNT> queries{};
-    bool finish = false; // wait for the driver at each mark
-} marks;
-
-void markPass(QbRenderPass pass) {
-    if (marks.finish) glFinish();
-    if (marks.queries[pass]) glQueryCounter(marks.queries[pass], GL_TIMESTAMP);
-    marks.thread[pass] = threadTime();
-    marks.wall[pass] = wallTime();
-}
-
-Times passTimes(const std::array<double, QB_PASS_COUNT>& begun) {
-    Times times{};
-    for (size_t pass = 0; pass + 1 < QB_PASS_COUNT; ++pass)
-        times[pass] = begun[pass + 1] - begun[pass];
-    times[QB_PASS_END] = begun[QB_PASS_END] - begun[QB_PASS_PREPARE];
-    return times;
-}
-
-Times gpuTimes() {
-    std::array<double, QB_PASS_COUNT> begun{};
-    for (size_t pass = 0; pass < QB_PASS_COUNT; ++pass) {
-        GLuint64 nanoseconds = 0;
-        glGetQueryObjectui64v(marks.queries[pass], GL_QUERY_RESULT, &nanoseconds);
-        begun[pass] = static_cast<double>(nanoseconds) * 1e-6;
-    }
-    return passTimes(begun);
-}
-
-void keepFastest(Times& best, const Times& times) {
-    for (size_t i = 0; i < QB_PASS_COUNT; ++i)
-        best[i] = std::min(best[i], times[i]);
-}
-
-Times unmeasured() {
-    Times times;
-    times.fill(1e9);
-    return times;
-}
 
 // --- scene ----------------------------------------------------------------------------------------------
 
@@ -158,6 +90,11 @@ void fillScene(int objects, float heightAt100, float aspect) {
     mesh->drop();
 }
 
+void clearObjects() {
+    for (int id = 0; id < 1000; ++id)
+        qbObjectFree(id);
+}
+
 void setLights(int count, core::vector3df first, core::vector3df step, float range) {
     for (int id = 0; id < count; ++id) {
         qbLightCreate(id);
@@ -174,45 +111,7 @@ void clearLights() {
         qbLightFree(id);
 }
 
-// --- frames ---------------------------------------------------------------------------------------------
-
-void drawFrame() {
-    if (qbEngineIsOver()) std::exit(1);
-    qbEngineDrawFrame();
-}
-
-// Irrlicht's own frame of the same scene, without the end that both share.
-double stockFrame() {
-    QbEngine* engine = qbEngineGet();
-    const double begin = threadTime();
-    engine->driver->beginScene(true, true, video::SColor(0));
-    engine->smgr->drawAll();
-    engine->gui->drawAll();
-    const double end = threadTime();
-    engine->driver->endScene();
-    return end - begin;
-}
-
-Times finishedFrame() {
-    marks.finish = true;
-    drawFrame();
-    marks.finish = false;
-    return passTimes(marks.wall);
-}
-
 // --- rows -----------------------------------------------------------------------------------------------
-
-bool printRatio(const char* what, double ratio, double target) {
-    std::printf("%-60s %8.2f  target %.2f  %s\n", what, ratio, target, ratio <= target ? "met" : "missed");
-    return ratio <= target;
-}
-
-void printPasses(const char* what, const Times& times) {
-    std::printf("%-24s", what);
-    for (size_t pass = 0; pass < QB_PASS_COUNT; ++pass)
-        std::printf(" %s %.3f", PASS_NAMES[pass], times[pass]);
-    std::printf("\n");
-}
 
 bool measureObjects(const Options& options) {
     Times thread = unmeasured(), finished = unmeasured(), gpu = unmeasured();
@@ -221,15 +120,15 @@ bool measureObjects(const Options& options) {
     for (int i = 0; i < options.frames; ++i) {
         stock = std::min(stock, stockFrame());
         drawFrame();
-        keepFastest(thread, passTimes(marks.thread));
-        if (marks.queries[0]) keepFastest(gpu, gpuTimes());
+        keepFastest(thread, threadTimes());
+        if (hasGpuTimes()) keepFastest(gpu, gpuTimes());
         keepFastest(finished, finishedFrame());
     }
     std::printf("\nOBJECTS: %d, no light, %d x %d, milliseconds\n", options.objects, options.width,
                 options.height);
     printPasses("drawing thread", thread);
     printPasses("finished", finished);
-    if (marks.queries[0]) printPasses("GPU", gpu);
+    if (hasGpuTimes()) printPasses("GPU", gpu);
     std::printf("%-24s frame %.3f\n", "stock drawAll, thread", stock);
     return printRatio("frame of the renderer / stock drawAll, drawing thread", thread[QB_PASS_END] / stock,
                       2.5);
@@ -249,7 +148,7 @@ void measureRow(const Options& options, LightRow& row) {
     for (int i = 0; i < 3; ++i) {
         row.finished = std::min(row.finished, finishedFrame()[QB_PASS_LIGHT]);
         drawFrame();
-        if (marks.queries[0]) row.gpu = std::min(row.gpu, gpuTimes()[QB_PASS_LIGHT]);
+        if (hasGpuTimes()) row.gpu = std::min(row.gpu, gpuTimes()[QB_PASS_LIGHT]);
     }
     clearLights();
 }
@@ -268,7 +167,7 @@ bool measureLights(const Options& options, float half, float aspect) {
     for (int i = 0; i < std::max(options.frames / 6, 1); ++i) {
         none = std::min(none, finishedFrame()[QB_PASS_LIGHT]);
         drawFrame();
-        if (marks.queries[0]) noneGpu = std::min(noneGpu, gpuTimes()[QB_PASS_LIGHT]);
+        if (hasGpuTimes()) noneGpu = std::min(noneGpu, gpuTimes()[QB_PASS_LIGHT]);
         for (LightRow& row : rows)
             measureRow(options, row);
     }
@@ -277,7 +176,7 @@ bool measureLights(const Options& options, float half, float aspect) {
     for (const LightRow& row : rows) {
         std::printf("%-24s pass %.3f ms, a light %.4f ms", row.what, row.finished,
                     (row.finished - none) / options.lights);
-        if (marks.queries[0]) std::printf("; GPU pass %.3f ms (%.3f without lights)", row.gpu, noneGpu);
+        if (hasGpuTimes()) std::printf("; GPU pass %.3f ms (%.3f without lights)", row.gpu, noneGpu);
         std::printf("\n");
     }
     return printRatio("a light over a tenth / a light over the whole picture",
@@ -311,11 +210,6 @@ bool openEngine(const Options& options) {
     qbEngineSetRenderer(&timed);
     const QbSetup setup = setupOf(options);
     return qbEngineOpen(&setup) == 0;
-}
-
-void startQueries() {
-    if (!epoxy_has_gl_extension("GL_ARB_timer_query")) return;
-    glGenQueries(QB_PASS_COUNT, marks.queries.data());
 }
 
 // The word behind `name=`, or null.
@@ -364,11 +258,13 @@ int main(int argc, char** argv) {
     const float aspect = camera->getAspectRatio();
     makeTexture();
     fillScene(options.objects, 2 * half, aspect);
-    startQueries();
-    qbRendererSetPassHook(markPass);
+    startMeasuring();
     std::printf("%s\n", reinterpret_cast<const char*>(glGetString(GL_RENDERER)));
     bool met = measureObjects(options);
     met &= measureLights(options, half, aspect);
+    clearObjects();
+    measureParticles(options);
+    measureTerrain(options);
     std::printf("\nSTART: targets and all shaders %.0f ms, the second time %.0f ms\n", first, second);
     met &= printRatio("start, the second time, in seconds", second / 1000.0, 0.6);
     qbRendererSetPassHook(nullptr);

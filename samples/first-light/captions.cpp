@@ -1,8 +1,8 @@
-// Lettering and overlays. They play as extras: they hang on the camera, whose own place in these scenes is
-// the origin, so that what stands at z = 20 stands in front of every shot. They have no light of their own
-// and shine.
+// Lettering and overlays, which play as extras. They have no light of their own and shine.
 
 #include "letters.h"
+#include "overlay.h"
+#include "palette.h"
 #include "shots.h"
 
 #include <algorithm>
@@ -11,49 +11,7 @@
 
 namespace {
 
-constexpr double depth = 20.0; // at 60 degrees of view: 11.5 to each side, 8.6 up and down
 constexpr double captionSeconds = 6.0;
-
-// A stroke as a bar of constant width with mitred corners; its front, on `face`, looks along -Z.
-void addStroke(QbExportMesh& mesh, const Stroke& stroke, double width, double thickness, uint32_t face,
-               uint32_t wall) {
-    std::vector<Vec> left, right;
-    const auto way = [&stroke](size_t i) {
-        return unitVector({stroke[i + 1].x - stroke[i].x, stroke[i + 1].y - stroke[i].y, 0});
-    };
-    for (size_t i = 0; i < stroke.size(); ++i) {
-        const Vec before = way(i == 0 ? 0 : i - 1), behind = way(std::min(i, stroke.size() - 2));
-        const Vec middle = unitVector(before + behind);
-        const Vec side = {-middle.y, middle.x, 0};
-        const double cosine = std::max(0.35, before.x * middle.x + before.y * middle.y);
-        // Ends reach half a width further, so that strokes that meet close their corner.
-        const double end = i == 0 ? -0.5 : (i + 1 == stroke.size() ? 0.5 : 0.0);
-        const Vec at = Vec{stroke[i].x, stroke[i].y, 0} + (i == 0 ? behind : before) * (end * width);
-        left.push_back(at + side * (0.5 * width / cosine));
-        right.push_back(at - side * (0.5 * width / cosine));
-    }
-    const Vec front = {0, 0, -thickness / 2}, back = {0, 0, thickness / 2};
-    for (size_t i = 0; i + 1 < stroke.size(); ++i) {
-        addQuad(mesh, left[i] + front, left[i + 1] + front, right[i + 1] + front, right[i] + front, face);
-        addQuad(mesh, left[i] + back, left[i + 1] + back, left[i + 1] + front, left[i] + front, wall);
-        addQuad(mesh, right[i] + front, right[i + 1] + front, right[i + 1] + back, right[i] + back, wall);
-    }
-    addQuad(mesh, left[0] + back, left[0] + front, right[0] + front, right[0] + back, wall);
-    addQuad(mesh, left.back() + front, left.back() + back, right.back() + back, right.back() + front, wall);
-}
-
-// Centred around x = 0, standing on y = 0, one unit high.
-QbExportMesh makeText(const char* text, double spacing, double width, double thickness) {
-    const Lettering lettering = layLetters(text, spacing);
-    QbExportMesh mesh;
-    for (Stroke stroke : lettering.strokes) {
-        for (Point& point : stroke) {
-            point.x -= lettering.width / 2;
-        }
-        addStroke(mesh, stroke, width, thickness, 0, 1);
-    }
-    return mesh;
-}
 
 const Look& faceLook() {
     static const Look look = {
@@ -65,20 +23,6 @@ const Look& wallLook() {
     static const Look look = {
         .name = "Wall", .colour = coral, .diffuse = 0.1f, .luminosity = 0.62f, .glow = 0.0f};
     return look;
-}
-
-Shot openOverlay(Folder& folder, const std::string& name, double seconds) {
-    Shot shot = openShot(folder, name, seconds, abyss);
-    film(
-        shot,
-        [](double) {
-            return Vec{0, 0, 0};
-        },
-        [](double) {
-            return Vec{0, 0, 1};
-        },
-        constant(60), constant(0));
-    return shot;
 }
 
 // --- captions: a line of letters over a rule that grows ------------------------------------------------
@@ -104,18 +48,19 @@ void makeCaption(Folder& folder, const Caption& caption) {
     QbExportMotion& text = place(shot, caption.name).motion;
     movePosition(shot, text, [=](double s) {
         const double in = 1.0 - easeBetween(0.0, 0.9, s);
-        return Vec{x - 1.2 * in + 0.25 * s / captionSeconds, -6.4 - 4.5 * in * in - 4.5 * gone(s), depth};
+        return Vec{x - 1.2 * in + 0.25 * s / captionSeconds, -6.4 - 4.5 * in * in - 4.5 * gone(s),
+                   overlayDepth};
     });
     moveScale(shot, text, [=](double) { return Vec{size, size, size}; });
     QbExportMotion& shade = place(shot, "shade").motion;
-    qbExportSetPosition(shade, toFloats({x, -6.2, depth + 1}));
+    qbExportSetPosition(shade, toFloats({x, -6.2, overlayDepth + 1}));
     moveScale(shot, shade, [=](double s) {
         const double shown = easeBetween(0.1, 1.2, s) * (1 - gone(s));
         return Vec{(width + 6.0) * shown + 0.001, 3.4 * shown + 0.001, 1};
     });
     QbExportMotion& rule = place(shot, "rule").motion;
     movePosition(shot, rule, [=, &caption](double s) {
-        return Vec{caption.left, -6.95 - 4.0 * gone(s), depth};
+        return Vec{caption.left, -6.95 - 4.0 * gone(s), overlayDepth};
     });
     moveScale(shot, rule, [=](double s) {
         return Vec{std::max(0.001, (width + 1.0) * easeBetween(0.1, 1.4, s)), 1, 1};
@@ -156,7 +101,7 @@ void makeTitle(Folder& folder) {
     for (int row = 0; row < 2; ++row) {
         for (const TitleLetter& letter : rows[row]) {
             const double start = 0.25 * count++;
-            const Vec home = {letter.x * size, row == 0 ? 4.35 : 1.2, depth};
+            const Vec home = {letter.x * size, row == 0 ? 4.35 : 1.2, overlayDepth};
             const auto gone = [start](double s) {
                 return easeBetween(10.2 + start * 0.2, 11.6 + start * 0.1, s);
             };
@@ -175,7 +120,7 @@ void makeTitle(Folder& folder) {
     QbExportMotion& rule = place(shot, "rule").motion;
     movePosition(shot, rule, [](double s) {
         const double half = 6.2 * easeBetween(2.5, 4.5, s) * (1 - easeBetween(10.2, 11.2, s));
-        return Vec{-half, 0.1, depth};
+        return Vec{-half, 0.1, overlayDepth};
     });
     moveScale(shot, rule, [](double s) {
         return Vec{std::max(0.001, 12.4 * easeBetween(2.5, 4.5, s) * (1 - easeBetween(10.2, 11.2, s))), 1, 1};
@@ -189,7 +134,7 @@ void makeTitle(Folder& folder) {
 void makeCount(Folder& folder) {
     Shot shot = openOverlay(folder, "count", 12);
     for (int i = 0; i < 12; ++i) {
-        const Vec home = {-5.5 + i * 1.0, 6.7, depth};
+        const Vec home = {-5.5 + i * 1.0, 6.7, overlayDepth};
         QbExportMotion& mark = place(shot, "mark").motion;
         qbExportSetPosition(mark, toFloats(home));
         moveScale(shot, mark, [i](double s) {
@@ -216,7 +161,7 @@ void makeFrame(Folder& folder) {
         QbExportMotion& bar = place(shot, "matte").motion;
         movePosition(shot, bar, [side](double s) {
             const double in = easeBetween(0.0, 1.5, s) * (1 - easeBetween(10.5, 12.0, s));
-            return Vec{0, side * (5.4 - 0.68 * in), depth / 2};
+            return Vec{0, side * (5.4 - 0.68 * in), overlayDepth / 2};
         });
     }
     saveShot(shot);

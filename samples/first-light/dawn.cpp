@@ -2,6 +2,7 @@
 
 #include "land.h"
 #include "noise.h"
+#include "palette.h"
 #include "props.h"
 #include "shots.h"
 

@@ -16,29 +16,6 @@
 
 namespace {
 
-struct Stop {
-    double at;
-    Colour colour;
-};
-
-Colour gradient(std::initializer_list<Stop> stops, double at) {
-    const Stop* before = stops.begin();
-    for (const Stop& stop : stops) {
-        if (at <= stop.at) {
-            const double span = stop.at - before->at;
-            return mixColours(before->colour, stop.colour,
-                              span > 0 ? static_cast<float>((at - before->at) / span) : 1.0f);
-        }
-        before = &stop;
-    }
-    return before->colour;
-}
-
-void setTexel(Picture& picture, int x, int y, const Colour& colour, double light = 1.0, double alpha = 1.0) {
-    const Colour c = scaleColour(colour, static_cast<float>(light));
-    picture.at(x, y) = {c[0], c[1], c[2], static_cast<float>(alpha)};
-}
-
 // Half a step of noise hides the bands of a slow gradient.
 double dither(int x, int y) {
     return (hash01(x, y, 91) - 0.5) / 90.0;
@@ -329,28 +306,6 @@ Picture paintCityAround() {
 }
 
 // --- the lake's surroundings on six faces ------------------------------------------------------------------
-
-struct Way {
-    double x, y, z;
-};
-
-// As a cube map's faces lie: +X -X +Y -Y +Z -Z, each seen from inside, first row on top.
-Way wayThrough(int face, double s, double t) {
-    switch (face) {
-    case 0:
-        return {1, -t, -s};
-    case 1:
-        return {-1, -t, s};
-    case 2:
-        return {s, 1, t};
-    case 3:
-        return {s, -1, -t};
-    case 4:
-        return {s, -t, 1};
-    default:
-        return {-s, -t, -1};
-    }
-}
 
 struct Meeting {
     double distance, height; // distance 0: nothing was met

@@ -1,6 +1,7 @@
 // Night: the spark, the ring of stones, the city. One set of models for all three.
 
 #include "noise.h"
+#include "palette.h"
 #include "props.h"
 #include "shots.h"
 

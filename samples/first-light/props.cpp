@@ -1,6 +1,7 @@
 #include "props.h"
 
 #include "noise.h"
+#include "palette.h"
 
 #include <algorithm>
 #include <cmath>

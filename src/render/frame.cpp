@@ -44,6 +44,8 @@ private:
     void beginGeometry();
     int selectDepth(scene::ISceneNode* node);
     void drawFinal(scene::ISceneNode* node);
+    void addParticles(scene::ISceneNode* node);
+    void restoreParticles(scene::ISceneNode* node);
 
     QbEngine* engine_ = nullptr;
     QbLppState* state_ = nullptr;
@@ -55,6 +57,7 @@ private:
     core::array<scene::ISceneNode*> lights_; // in the order of the scene graph
     std::vector<std::pair<float, u32>> byDistance_;
     std::vector<scene::ISceneNode*> solidNodes_; // with an object record
+    std::vector<u32> addedMaterials_;            // of the particle node that is being drawn
 };
 
 } // namespace
@@ -136,8 +139,26 @@ void Passes::OnRenderPassPostRender(scene::E_SCENE_NODE_RENDER_PASS pass) {
 
 // --- nodes ----------------------------------------------------------------------------------------------
 
+// Particles are light: they add to what lies behind them. By their material they would blend by the alpha of
+// their colour, which is 0.
+void Passes::addParticles(scene::ISceneNode* node) {
+    addedMaterials_.clear();
+    if (node->getType() != scene::ESNT_PARTICLE_SYSTEM) return;
+    for (u32 i = 0; i < node->getMaterialCount(); ++i) {
+        video::SMaterial& material = node->getMaterial(i);
+        if (material.MaterialType != video::EMT_TRANSPARENT_VERTEX_ALPHA) continue;
+        material.MaterialType = video::EMT_TRANSPARENT_ADD_COLOR;
+        addedMaterials_.push_back(i);
+    }
+}
+
+void Passes::restoreParticles(scene::ISceneNode* node) {
+    for (const u32 i : addedMaterials_)
+        node->getMaterial(i).MaterialType = video::EMT_TRANSPARENT_VERTEX_ALPHA;
+}
+
 void Passes::OnNodePreRender(scene::ISceneNode* node) {
-    if (!inSolidPass_) return;
+    if (!inSolidPass_) return addParticles(node);
     hasObject_ = node->getID() != -1;
     if (hasObject_) solidNodes_.push_back(node);
     const int drawn = hasObject_ ? selectDepth(node) : 0;
@@ -146,7 +167,7 @@ void Passes::OnNodePreRender(scene::ISceneNode* node) {
 }
 
 void Passes::OnNodePostRender(scene::ISceneNode* node) {
-    if (!inSolidPass_) return;
+    if (!inSolidPass_) return restoreParticles(node);
     engine_->driver->getOverrideMaterial().Enabled = false;
     if (hasObject_) qbLppRestoreMaterials(node, saved_);
 }

@@ -3,6 +3,7 @@
 #include "materials/shader_file.h"
 #include "render/renderer.h"
 #include "render/stage.h"
+#include "scene/runtime/fx_emitters.h"
 #include "scene/runtime/objects.h"
 #include "support/temporary_directory.h"
 
@@ -283,6 +284,30 @@ TEST_F(FrameTest, WithoutSolidSurfacesTheLightsRest) {
     expectRgb("background", atCell(scene(), 20), back);
     EXPECT_EQ(atCell(scene(), 20).a, 0) << "a background does not glow";
     sky->remove();
+}
+
+TEST_F(FrameTest, ParticlesAddToThePictureAndDoNotGlow) {
+    qbEngineSetBackground(0x336699);
+    static int now = 0;
+    qbEngineSetTimeSource([] { return now += 100; });
+    qbFxEmitterCreateBox(0, "grey", 60, 1e6F, 0, 0, 0, 0); // over the whole picture
+    qbFxEmitterSetPosition(0, 0, 0, 100);
+    qbFxEmitterSetLimit(0, 1);
+    qbFxEmitterSetBirthRate(0, 100);
+    for (int i = 0; i < 3; ++i) {
+        qbEngineTime();
+        draw();
+    }
+    scene::ISceneNode* node = static_cast<QbFxEmitterRec*>(qbIdListGet(qbEngineGet()->fxemitters, 0))->node;
+    for (const auto type : {video::EMT_TRANSPARENT_VERTEX_ALPHA, video::EMT_TRANSPARENT_ADD_COLOR}) {
+        node->setMaterialType(type);
+        frame();
+        expectRgb("particle", atCell(scene(), 20), greyAdded);
+        EXPECT_EQ(atCell(scene(), 20).a, 0);
+        EXPECT_EQ(node->getMaterial(0).MaterialType, type);
+    }
+    qbFxEmitterFree(0);
+    qbEngineSetTimeSource(nullptr);
 }
 
 // --- after the surfaces ---------------------------------------------------------------------------------

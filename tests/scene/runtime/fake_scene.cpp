@@ -136,27 +136,26 @@ const QbCameraInfo CAMERA_INFO = {
     },
 };
 
-float none(H, int32_t) {
-    return 0.0F;
-}
-float* origin(float* out, H, int32_t) {
-    return give(out, {});
+FakeEmitter& emitter(H h, int32_t i) {
+    return item(sceneOf(h).emitters, i);
 }
 const QbEmitterInfo EMITTER_INFO = {
     [](H h) { return count(sceneOf(h).emitters); },
-    [](H h, int32_t i) { return item(sceneOf(h).emitters, i).name.c_str(); },
-    [](H h, int32_t i) { return logged('i', item(sceneOf(h).emitters, i).image); },
-    none,
-    [](float* out, H h, int32_t i) { return give(out, item(sceneOf(h).emitters, i).size); },
+    [](H h, int32_t i) { return emitter(h, i).name.c_str(); },
+    [](H h, int32_t i) { return logged('i', emitter(h, i).image); },
+    [](H h, int32_t i) { return emitter(h, i).particleSize; },
+    [](float* out, H h, int32_t i) { return give(out, emitter(h, i).size); },
     [](float* out, H h, int32_t i, int32_t kind, float time) {
-        return giveMotion('e', out, item(sceneOf(h).emitters, i).motion, kind, time);
+        return giveMotion('e', out, emitter(h, i).motion, kind, time);
     },
-    origin,
-    origin,
-    [](H, int32_t, float) { return 0.0F; },
-    none,
-    none,
-    [](H, int32_t) { return -1; },
+    [](float* out, H h, int32_t i) { return give(out, emitter(h, i).velocity); },
+    [](float* out, H h, int32_t i) { return give(out, emitter(h, i).gravity); },
+    [](H h, int32_t i, float time) {
+        return time < emitter(h, i).birthFrom ? 0.0F : emitter(h, i).birthRate;
+    },
+    [](H h, int32_t i) { return emitter(h, i).life; },
+    [](H h, int32_t i) { return emitter(h, i).explosion; },
+    [](H h, int32_t i) { return emitter(h, i).limit; },
 };
 
 } // namespace

@@ -47,6 +47,10 @@ struct FakeEmitter {
     const char* image = nullptr;
     FakeVector size{};
     FakeMotion motion{};
+    float particleSize = 0.0F, life = 0.0F, explosion = 0.0F;
+    FakeVector velocity{}, gravity{};
+    float birthRate = 0.0F, birthFrom = 0.0F; // nothing before, milliseconds
+    int limit = -1;
 };
 
 struct FakeScene {

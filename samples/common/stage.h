@@ -1,6 +1,6 @@
 #pragma once
 
-#include "palette.h"
+#include "colour.h"
 #include "scene/export/mesh_shapes.h"
 #include "scene/export/quab_writer.h"
 #include "scene/export/x_writer.h"
@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-// What every scene of the show is made with: models that a directory's scenes share, looks that become both a
+// What the scenes of a show are made with: models that a directory's scenes share, looks that become both a
 // mesh material and a surface, cameras and lights on smooth paths. Seconds count from the scene's start.
 
 struct Vec {

@@ -48,6 +48,41 @@ std::array<float, 4>& Picture::at(int x, int y) {
     return texels[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)];
 }
 
+Colour gradient(std::initializer_list<Stop> stops, double at) {
+    const Stop* before = stops.begin();
+    for (const Stop& stop : stops) {
+        if (at <= stop.at) {
+            const double span = stop.at - before->at;
+            return mixColours(before->colour, stop.colour,
+                              span > 0 ? static_cast<float>((at - before->at) / span) : 1.0f);
+        }
+        before = &stop;
+    }
+    return before->colour;
+}
+
+void setTexel(Picture& picture, int x, int y, const Colour& colour, double light, double alpha) {
+    const Colour c = scaleColour(colour, static_cast<float>(light));
+    picture.at(x, y) = {c[0], c[1], c[2], static_cast<float>(alpha)};
+}
+
+Way wayThrough(int face, double s, double t) {
+    switch (face) {
+    case 0:
+        return {1, -t, -s};
+    case 1:
+        return {-1, -t, s};
+    case 2:
+        return {s, 1, t};
+    case 3:
+        return {s, -1, -t};
+    case 4:
+        return {s, -t, 1};
+    default:
+        return {-s, -t, -1};
+    }
+}
+
 int savePng(const Picture& picture, const std::string& path, std::string& error) {
     const std::vector<uint8_t> bytes = bytesOf(picture, 4);
     png_image image{};

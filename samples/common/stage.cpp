@@ -9,6 +9,7 @@
 namespace {
 
 constexpr float framesPerSecond = 30.0f;
+constexpr Colour underground = {0.016f, 0.012f, 0.055f};
 
 QbExportMaterial materialOf(const Look& look) {
     const Colour base = look.image != nullptr ? Colour{1, 1, 1} : look.colour;
@@ -109,7 +110,7 @@ uint32_t addVertex(QbExportMesh& mesh, Vec position, float u, float v) {
 }
 
 void failSave(const std::string& path, const std::string& error) {
-    std::fprintf(stderr, "first_light_scenes: %s: %s\n", path.c_str(), error.c_str());
+    std::fprintf(stderr, "%s: %s\n", path.c_str(), error.c_str());
     std::exit(1);
 }
 
@@ -308,7 +309,7 @@ Shot openShot(Folder& folder, const std::string& name, double seconds, const Col
     shot.scene.frameEnd = static_cast<int32_t>(seconds * static_cast<double>(framesPerSecond) + 0.5);
     shot.scene.backdrop.type = 1;
     shot.scene.backdrop.zenith = shot.scene.backdrop.sky = zenith;
-    shot.scene.backdrop.ground = shot.scene.backdrop.nadir = abyss;
+    shot.scene.backdrop.ground = shot.scene.backdrop.nadir = underground;
     return shot;
 }
 

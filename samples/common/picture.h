@@ -1,7 +1,10 @@
 #pragma once
 
+#include "colour.h"
+
 #include <array>
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -14,6 +17,20 @@ struct Picture {
     Picture(int w, int h);
     std::array<float, 4>& at(int x, int y);
 };
+
+struct Stop {
+    double at;
+    Colour colour;
+};
+// The stops ascend; before the first and behind the last one their colours go on.
+Colour gradient(std::initializer_list<Stop> stops, double at);
+void setTexel(Picture& picture, int x, int y, const Colour& colour, double light = 1.0, double alpha = 1.0);
+struct Way {
+    double x, y, z;
+};
+// Through a place on the faces of a cube map as they lie: +X -X +Y -Y +Z -Z, each seen from inside, s to the
+// right and t down from -1 to 1.
+Way wayThrough(int face, double s, double t);
 
 // Both: 0, or -1 with a reason in `error`. The same picture gives the same bytes.
 int savePng(const Picture& picture, const std::string& path, std::string& error);
