@@ -59,6 +59,13 @@ static void buildNormals(IMeshBuffer* buffer, uint32_t n) {
     buffer->setDirty(irr::scene::EBT_VERTEX);
 }
 
+// The engine leaves them as they lay in memory until a detail texture is scaled.
+static void clearDetailCoordinates(IMeshBuffer* buffer) {
+    auto* vertices = static_cast<irr::video::S3DVertex2TCoords*>(buffer->getVertices());
+    for (irr::u32 i = 0; i < buffer->getVertexCount(); i++)
+        vertices[i].TCoords2.set(0.0F, 0.0F);
+}
+
 namespace {
 
 // The engine looks anew which patches are in view when the camera moves or turns, but not when it sees
@@ -124,6 +131,7 @@ static ITerrainSceneNode* buildNode(IReadFile* heights, uint32_t n) {
         node->remove();
         return nullptr;
     }
+    clearDetailCoordinates(node->getRenderBuffer());
     buildNormals(node->getRenderBuffer(), n);
     watchView(node);
     return node;
