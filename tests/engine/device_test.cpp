@@ -4,7 +4,7 @@
 #include "engine/lights.h"
 #include "support/messages.h"
 
-#include <X11/Xlib.h> // behind the others, which its macros break
+#include "support/windows.h" // behind the others, which the macros of Xlib break
 #include <cstring>
 
 using namespace irr;
@@ -13,16 +13,6 @@ using DeviceTest = EngineTest;
 static bool isCleared() {
     const QbEngine cleared = {};
     return memcmp(qbEngineGet(), &cleared, sizeof(cleared)) == 0;
-}
-
-static void askToClose(Display* display, unsigned long window) {
-    XEvent event = {};
-    event.xclient.type = ClientMessage;
-    event.xclient.window = window;
-    event.xclient.message_type = XInternAtom(display, "WM_PROTOCOLS", False);
-    event.xclient.format = 32;
-    event.xclient.data.l[0] = static_cast<long>(XInternAtom(display, "WM_DELETE_WINDOW", False));
-    XSendEvent(display, window, False, NoEventMask, &event);
 }
 
 static void destroy(Display* display, unsigned long window) {

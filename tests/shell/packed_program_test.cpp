@@ -15,7 +15,7 @@
 #include <thread>
 #include <vector>
 
-#include <X11/Xlib.h> // behind the others, which its macros break
+#include "support/windows.h" // behind the others, which the macros of Xlib break
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
@@ -95,16 +95,6 @@ void withWindow(void (*action)(Display* display, Window window)) {
     }
     if (children) XFree(children);
     XCloseDisplay(display);
-}
-
-void askToClose(Display* display, Window window) {
-    XEvent event = {};
-    event.xclient.type = ClientMessage;
-    event.xclient.window = window;
-    event.xclient.message_type = XInternAtom(display, "WM_PROTOCOLS", False);
-    event.xclient.format = 32;
-    event.xclient.data.l[0] = static_cast<long>(XInternAtom(display, "WM_DELETE_WINDOW", False));
-    XSendEvent(display, window, False, NoEventMask, &event);
 }
 
 void pressEscape(Display* display, Window window) {

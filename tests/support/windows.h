@@ -20,3 +20,14 @@ inline unsigned windowCount(bool visibleOnly) {
     XCloseDisplay(display);
     return visibleOnly ? visible : count;
 }
+
+// What a window's close button sends.
+inline void askToClose(Display* display, Window window) {
+    XEvent event = {};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = window;
+    event.xclient.message_type = XInternAtom(display, "WM_PROTOCOLS", False);
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = static_cast<long>(XInternAtom(display, "WM_DELETE_WINDOW", False));
+    XSendEvent(display, window, False, NoEventMask, &event);
+}
