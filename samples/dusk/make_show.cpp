@@ -1,13 +1,13 @@
 // Builds the show's scenes, meshes and script: dusk_scenes <directory of the show>.
 
+#include "script.h"
 #include "shots.h"
 
 #include <cstdio>
-#include <memory>
 
 namespace {
 
-constexpr const char script[] =
+constexpr std::string_view script =
     R"(; Dusk: a show of 28 seconds. Times are milliseconds.
 
 [setup]
@@ -59,18 +59,6 @@ fader.2.color=0x000000
 time=12000
 )";
 
-int saveScript(const std::string& path) {
-    struct FileClose {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-    const std::unique_ptr<std::FILE, FileClose> file(std::fopen(path.c_str(), "wb"));
-    if (!file || std::fwrite(script, 1, sizeof script - 1, file.get()) != sizeof script - 1) {
-        std::fprintf(stderr, "dusk_scenes: cannot write %s\n", path.c_str());
-        return -1;
-    }
-    return 0;
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
@@ -82,5 +70,5 @@ int main(int argc, char** argv) {
     makeValley(directory + "/valley");
     makeCrater(directory + "/crater");
     makeTitle(directory + "/title");
-    return saveScript(directory + "/dusk.demo.ini") == 0 ? 0 : 1;
+    return saveScript(directory + "/dusk.demo.ini", script, "dusk_scenes") == 0 ? 0 : 1;
 }

@@ -1,16 +1,16 @@
 // Builds the show's scenes, meshes and script: first_light_scenes <directory of the show>.
 
+#include "script.h"
 #include "shots.h"
 
 #include <cstdio>
-#include <memory>
 
 namespace {
 
 // Twelve bars are 24 s: see tune.cpp. Every time below is a whole number of beats of 500 ms. A part that
 // resets the clock gives as its `time` how long the part before it plays; the others count from the last
 // reset.
-constexpr const char script[] =
+constexpr std::string_view script =
     R"(; First Light: a show of 84 seconds. Times are milliseconds, the beat is 500.
 
 [setup]
@@ -194,18 +194,6 @@ extra.1.length=6000
 time=20000
 )";
 
-int saveScript(const std::string& path) {
-    struct FileClose {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-    const std::unique_ptr<std::FILE, FileClose> file(std::fopen(path.c_str(), "wb"));
-    if (!file || std::fwrite(script, 1, sizeof script - 1, file.get()) != sizeof script - 1) {
-        std::fprintf(stderr, "first_light_scenes: cannot write %s\n", path.c_str());
-        return -1;
-    }
-    return 0;
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
@@ -217,5 +205,5 @@ int main(int argc, char** argv) {
     makeNight(directory + "/night");
     makeDawn(directory + "/dawn");
     makeLetters(directory + "/letters");
-    return saveScript(directory + "/first-light.demo.ini") == 0 ? 0 : 1;
+    return saveScript(directory + "/first-light.demo.ini", script, "first_light_scenes") == 0 ? 0 : 1;
 }

@@ -5,6 +5,7 @@
 #include "scene/export/mesh_shapes.h"
 #include "scene/export/quab_writer.h"
 #include "scene/export/x_writer.h"
+#include "support/files.h"
 #include "support/temporary_directory.h"
 
 #include <gtest/gtest.h>
@@ -15,12 +16,6 @@ struct Result {
     int status = -1;
     std::string out, err;
 };
-
-inline std::string readFile(const std::filesystem::path& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
 
 class Program : public testing::Test {
 protected:

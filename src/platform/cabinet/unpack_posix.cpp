@@ -1,6 +1,7 @@
 #include "platform/cabinet/cabinet.h"
 
 #include "platform/cabinet/entry_name.h"
+#include "platform/descriptor_posix.h"
 #include "platform/process.h"
 
 #include <algorithm>
@@ -17,27 +18,13 @@
 
 namespace {
 
-struct Descriptor {
-    explicit Descriptor(int descriptor = -1) : number(descriptor) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() { reset(); }
-    void reset(int descriptor = -1) {
-        const int kept = errno;
-        if (number >= 0) close(number);
-        errno = kept;
-        number = descriptor;
-    }
-    int number;
-};
-
 // What libmspack may reach: one cabinet to read, one file to write. It opens "the cabinet" again and again,
 // and gets the same descriptor each time, since a file of the cabinet may have taken the place of its name by
 // then.
 struct System : mspack_system {
     System();
-    Descriptor cabinet;
-    Descriptor output;
+    QbDescriptor cabinet;
+    QbDescriptor output;
     uint64_t room = 0; // bytes that the output may still take
     int error = 0;     // the error number of the call that failed first
 };
@@ -78,7 +65,7 @@ int readFile(mspack_file* file, void* buffer, int bytes) {
     if (qbProcessEndAsked()) return failWith(system, EINTR);
     int done = 0;
     while (done < bytes) {
-        const ssize_t got = pread(system.cabinet.number, static_cast<char*>(buffer) + done,
+        const ssize_t got = pread(system.cabinet.number(), static_cast<char*>(buffer) + done,
                                   static_cast<size_t>(bytes - done), position);
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) return failWith(system, errno);
@@ -95,7 +82,7 @@ int writeFile(mspack_file* file, void* buffer, int bytes) {
     if (bytes < 0 || static_cast<uint64_t>(bytes) > system.room) return -1;
     int done = 0;
     while (done < bytes) {
-        const ssize_t put = write(system.output.number, static_cast<const char*>(buffer) + done,
+        const ssize_t put = write(system.output.number(), static_cast<const char*>(buffer) + done,
                                   static_cast<size_t>(bytes - done));
         if (put < 0 && errno == EINTR) continue;
         if (put < 0) return failWith(system, errno);
@@ -110,7 +97,7 @@ int seekFile(mspack_file* file, off_t offset, int mode) {
     off_t from = mode == MSPACK_SYS_SEEK_CUR ? position : 0;
     if (mode == MSPACK_SYS_SEEK_END) {
         struct stat status;
-        if (fstat(systemOf(file).cabinet.number, &status) != 0) return failWith(systemOf(file), errno);
+        if (fstat(systemOf(file).cabinet.number(), &status) != 0) return failWith(systemOf(file), errno);
         from = status.st_size;
     }
     // Offsets in a cabinet have 32 bits: the sum does not overflow.
@@ -199,7 +186,7 @@ int openCabinet(Reader& reader, const char* path) {
     System& system = reader.system;
     system.cabinet.reset(open(path, O_RDONLY | O_CLOEXEC));
     struct stat status;
-    if (system.cabinet.number < 0 || fstat(system.cabinet.number, &status) != 0)
+    if (system.cabinet.number() < 0 || fstat(system.cabinet.number(), &status) != 0)
         return reportUnread(reader, errno);
     int compatible = MSPACK_ERR_OK;
     MSPACK_SYS_SELFTEST(compatible);
@@ -235,12 +222,12 @@ int enterDirectory(int parent, const char* name) {
 
 // A new file below `root`. -1 with errno set.
 int createFile(int root, std::span<const std::string> parts) {
-    Descriptor directory;
+    QbDescriptor directory;
     for (const std::string& part : parts.first(parts.size() - 1)) {
-        directory.reset(enterDirectory(directory.number < 0 ? root : directory.number, part.c_str()));
-        if (directory.number < 0) return -1;
+        directory.reset(enterDirectory(directory.number() < 0 ? root : directory.number(), part.c_str()));
+        if (directory.number() < 0) return -1;
     }
-    const int parent = directory.number < 0 ? root : directory.number;
+    const int parent = directory.number() < 0 ? root : directory.number();
     const char* name = parts.back().c_str();
     if (unlinkat(parent, name, 0) != 0 && errno != ENOENT) return -1;
     return openat(parent, name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
@@ -255,7 +242,7 @@ int unpackFile(Reader& reader, mscabd_file* file, int root) {
         return EPERM;
     }
     system.output.reset(createFile(root, parts));
-    if (system.output.number < 0) return reportUnwritten(reader, file->filename, errno);
+    if (system.output.number() < 0) return reportUnwritten(reader, file->filename, errno);
     system.room = file->length;
     const int code = reader.decompressor->extract(reader.decompressor, file, "");
     if (system.error == EINTR) return EINTR;
@@ -265,9 +252,7 @@ int unpackFile(Reader& reader, mscabd_file* file, int root) {
     if (code != MSPACK_ERR_OK) return reportDamage(reader, file->filename, damageText(code));
     if (system.room > 0) return reportDamage(reader, file->filename, damageText(MSPACK_ERR_READ));
     // Some file systems tell only now that the disk is full.
-    const int closed = close(system.output.number);
-    system.output.number = -1;
-    return closed == 0 ? 0 : reportUnwritten(reader, file->filename, errno);
+    return system.output.close() ? 0 : reportUnwritten(reader, file->filename, errno);
 }
 
 } // namespace
@@ -275,11 +260,11 @@ int unpackFile(Reader& reader, mscabd_file* file, int root) {
 int qbCabinetUnpack(const char* cabinet, const char* directory) {
     Reader reader;
     if (const int error = openCabinet(reader, cabinet)) return error;
-    const Descriptor root(open(directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (root.number < 0) return reportUnwritten(reader, directory, errno);
+    const QbDescriptor root(open(directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (root.number() < 0) return reportUnwritten(reader, directory, errno);
     for (mscabd_file* file = reader.contents->files; file; file = file->next) {
         if (qbProcessEndAsked()) return EINTR;
-        if (const int error = unpackFile(reader, file, root.number)) return error;
+        if (const int error = unpackFile(reader, file, root.number())) return error;
     }
     return 0;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/descriptor_posix.h"
 #include "platform/resource/resource.h"
 
 #include <cstddef>
@@ -77,22 +78,6 @@ QbStoreState qbStoreExamine(int file, QbStore& store);
 QbStoreState qbExecutableEnd(int file, uint64_t size, uint64_t& end);
 
 // --- files ----------------------------------------------------------------------------------------------
-
-// An open file of the system, closed with the object; errno stays as it is.
-class QbDescriptor {
-public:
-    explicit QbDescriptor(int number = -1) : number_(number) {}
-    QbDescriptor(const QbDescriptor&) = delete;
-    QbDescriptor& operator=(const QbDescriptor&) = delete;
-    ~QbDescriptor();
-
-    int number() const { return number_; } // -1 when nothing is open
-    bool close();                          // false with errno when the system could not write everything
-    int release();                         // the caller closes it from now on
-
-private:
-    int number_;
-};
 
 enum { QB_STORE_PIECE = 256 * 1024 }; // bytes that go through memory at a time
 

@@ -10,7 +10,6 @@
 #include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <utility>
 #include <zlib.h>
 
 // --- the block ------------------------------------------------------------------------------------------
@@ -95,23 +94,6 @@ QbStoreState qbStoreExamine(int file, QbStore& store) {
 }
 
 // --- files ----------------------------------------------------------------------------------------------
-
-QbDescriptor::~QbDescriptor() {
-    const int error = errno;
-    close();
-    errno = error;
-}
-
-bool QbDescriptor::close() {
-    if (number_ < 0) return true;
-    const int result = ::close(number_);
-    number_ = -1;
-    return result == 0 || errno == EINTR; // it is closed in either case
-}
-
-int QbDescriptor::release() {
-    return std::exchange(number_, -1);
-}
 
 int qbStoreOpen(const char* path, bool toWrite) {
     // Without O_NONBLOCK a pipe would wait for its other end.

@@ -1,6 +1,7 @@
 #include "scene/runtime/height_map.h"
 
 #include "engine/engine.h"
+#include "platform/file_bytes.h"
 #include "platform/message.h"
 #include "platform/path.h"
 #include "scene/runtime/bmp_file.h"
@@ -177,24 +178,12 @@ IReadFile* openHeightMapFileRaw(const char* path, uint32_t* width, uint32_t* hei
 
 // --- bitmap -----------------------------------------------------------------------------------------------
 
-// Ends somewhere behind the length of the largest picture.
-static std::string readBytes(std::FILE* file) {
-    const size_t most = size_t{4} * (QB_BMP_SIDE_MAX + 1) * QB_BMP_SIDE_MAX;
-    static std::array<char, 1 << 16> block;
-    std::string bytes;
-    while (bytes.size() <= most) {
-        const size_t length = fread(block.data(), 1, block.size(), file);
-        if (length == 0) break;
-        bytes.append(block.data(), length);
-    }
-    return bytes;
-}
-
 IReadFile* qbHeightMapOpenBmp(const char* path, uint32_t* width, uint32_t* height) {
     const FilePtr file(qbPathOpen(path, "rb"), &std::fclose);
     if (!file) return nullptr;
+    const size_t most = size_t{4} * (QB_BMP_SIDE_MAX + 1) * QB_BMP_SIDE_MAX; // of the largest picture
     QbBmp picture;
-    const std::string problem = qbBmpRead(readBytes(file.get()), picture);
+    const std::string problem = qbBmpRead(qbFileBytes(file.get(), most), picture);
     if (!problem.empty()) {
         qbTrace("height map '%s' %s\n", path, problem.c_str());
         qbMessage("height map '%s' %s", path, problem.c_str());

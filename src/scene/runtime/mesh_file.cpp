@@ -2,11 +2,11 @@
 
 #include "engine/engine.h"
 #include "engine/x_guard.h"
+#include "platform/file_bytes.h"
 #include "platform/message.h"
 #include "platform/path.h"
 #include "platform/text.h"
 
-#include <array>
 #include <cstdio>
 #include <irrlicht/irrlicht.h>
 #include <memory>
@@ -36,19 +36,6 @@ static bool hasXEnding(std::string_view path) {
     return path.size() >= 2 && path[path.size() - 2] == '.' && qbFoldCase(path.back()) == 'x';
 }
 
-// Empty when it does not open. Ends somewhere behind the length that the check allows.
-static std::string readBytes(const std::string& path) {
-    std::array<char, 1 << 16> block;
-    std::string bytes;
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(qbPathOpen(path.c_str(), "rb"), &std::fclose);
-    while (file && bytes.size() <= QB_X_FILE_MAX) {
-        const size_t length = fread(block.data(), 1, block.size(), file.get());
-        if (length == 0) break;
-        bytes.append(block.data(), length);
-    }
-    return bytes;
-}
-
 static void logCut() {
     irr::IrrlichtDevice* device = qbEngineGet()->device;
     if (device && device->getLogger())
@@ -57,7 +44,9 @@ static void logCut() {
 
 // The engine gets the very bytes that were checked, whatever happens to the file meanwhile.
 static IAnimatedMesh* loadX(ISceneManager* smgr, const std::string& path) {
-    std::string bytes = readBytes(path);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> source(qbPathOpen(path.c_str(), "rb"),
+                                                                 &std::fclose);
+    std::string bytes = qbFileBytes(source.get(), QB_X_FILE_MAX);
     const QbXVerdict verdict = qbXGuardCheck(bytes, path.c_str());
     if (verdict.cut) logCut();
     if (!verdict.message.empty()) {

@@ -25,19 +25,11 @@ static const float DETAIL_REPEATS = 20.0F;
 // Of the camera, in units: what the engine lets pass before it looks anew which patches are in view.
 static const float MOVEMENT_DELTA = 10.0F;
 
-namespace {
-
-struct TerrainFiles {
-    std::string base, raw, bmp, texture, details;
-};
-
-} // namespace
-
 bool qbTerrainIsTerrainFile(const char* name) {
     return name && strstr(name, ".terrain") != nullptr;
 }
 
-static TerrainFiles filesOf(const std::string& name) {
+QbTerrainFiles qbTerrainFiles(const std::string& name) {
     const std::string base = name.substr(0, name.find(".layer"));
     return {base, base + "_height.raw", base + "_height.bmp", base + "_texture.jpg", base + "_details.jpg"};
 }
@@ -144,7 +136,7 @@ static ITexture* textureOf(const std::string& path) {
     return qbFileExists(path.c_str()) ? qbEngineGet()->driver->getTexture(path.c_str()) : nullptr;
 }
 
-static void setupMaterial(ITerrainSceneNode* node, const TerrainFiles& files) {
+static void setupMaterial(ITerrainSceneNode* node, const QbTerrainFiles& files) {
     node->setMaterialFlag(irr::video::EMF_LIGHTING, false);
     if (ITexture* texture = textureOf(files.texture)) node->setMaterialTexture(0, texture);
     if (ITexture* details = textureOf(files.details)) {
@@ -155,7 +147,7 @@ static void setupMaterial(ITerrainSceneNode* node, const TerrainFiles& files) {
 }
 
 ITerrainSceneNode* qbTerrainLoad(const char* name) {
-    const TerrainFiles files = filesOf(name);
+    const QbTerrainFiles files = qbTerrainFiles(name);
     uint32_t width = 0, height = 0;
     IReadFile* heights = openHeightMapFileRaw(files.raw.c_str(), &width, &height);
     if (!heights) heights = qbHeightMapOpenBmp(files.bmp.c_str(), &width, &height);

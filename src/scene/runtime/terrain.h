@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 // Terrains: objects built from a height map and two pictures beside the name of a mesh.
 //
 //   island.terrain.layer1.x          the name that the scene holds; no such file is read
@@ -23,6 +25,13 @@ class ITerrainSceneNode;
 
 // True when the name contains ".terrain" anywhere, whatever its ending.
 bool qbTerrainIsTerrainFile(const char* name);
+
+struct QbTerrainFiles {
+    std::string base, raw, bmp, texture, details;
+};
+// The names above, for the one that the scene holds.
+QbTerrainFiles qbTerrainFiles(const std::string& name);
+
 // The node, owned by the scene manager, with normals that fit its shape in the world. Files are looked for in
 // the current directory. Null after a message: "Cannot load height map file '%s'" without a map that can be
 // read; "Cannot load terrain basename='%s'. Check height map file '%s'", behind one that names the size, for

@@ -1,16 +1,17 @@
 #include "storage/builder/contents.h"
 
 #include "engine/x_guard.h"
+#include "platform/file_bytes.h"
 #include "platform/message.h"
 #include "platform/path.h"
 #include "platform/text.h"
 #include "scene/format/tables.h"
+#include "scene/runtime/terrain.h"
 #include "storage/builder/patterns.h"
 #include "storage/builder/references.h"
 #include "storage/file.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -95,17 +96,9 @@ static bool isFirstLook(Check& check, const std::string& directory, const std::s
     return check.looked.insert(folded(qbTidyPath(directory) + '\n' + path)).second;
 }
 
-// Ends somewhere behind the length that the engine takes.
 static std::string readFile(const std::string& path) {
-    std::string text;
-    std::array<char, 1 << 16> block;
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(qbPathOpen(path.c_str(), "rb"), &std::fclose);
-    while (file && text.size() <= QB_X_FILE_MAX) {
-        const size_t length = fread(block.data(), 1, block.size(), file.get());
-        if (length == 0) break;
-        text.append(block.data(), length);
-    }
-    return text;
+    return qbFileBytes(file.get(), QB_X_FILE_MAX);
 }
 
 // --- what scenes name -----------------------------------------------------------------------------------
@@ -126,9 +119,8 @@ static void checkMeshTextures(Check& check, const Scene& scene, const std::strin
 // The pictures of a terrain are optional; of the height maps either will do.
 static void checkTerrain(Check& check, const Scene& scene, const std::string& name,
                          const std::string& owner) {
-    const std::string base = name.substr(0, name.find(".layer"));
-    need(check, check.data,
-         {below(scene.directory, base + "_height.raw"), below(scene.directory, base + "_height.bmp")}, owner);
+    const QbTerrainFiles files = qbTerrainFiles(name);
+    need(check, check.data, {below(scene.directory, files.raw), below(scene.directory, files.bmp)}, owner);
 }
 
 static void checkMesh(Check& check, const Scene& scene, int32_t object) {
@@ -136,7 +128,7 @@ static void checkMesh(Check& check, const Scene& scene, int32_t object) {
     const std::string name = info->meshFileName(scene.handle, object);
     const std::string owner = "object " + quoted(info->name(scene.handle, object)) + " of " + scene.path;
     if (name.empty()) return;
-    if (name.find(".terrain") != std::string::npos) return checkTerrain(check, scene, name, owner);
+    if (qbTerrainIsTerrainFile(name.c_str())) return checkTerrain(check, scene, name, owner);
     const std::string* mesh = need(check, check.data, {below(scene.directory, name)}, owner);
     if (mesh) checkMeshTextures(check, scene, *mesh);
 }

@@ -3,6 +3,7 @@
 #include "platform/path.h"
 #include "platform/process.h"
 #include "support/fake.h"
+#include "support/files.h"
 #include "support/temporary_directory.h"
 
 #include <algorithm>
@@ -63,11 +64,6 @@ std::string cabinetOf(const Names& names, int flags = 0) {
     return head(names, 1, flags) + number(0, 4) + number(data.size(), 2) + number(data.size(), 2) + data;
 }
 
-std::string contentOf(const fs::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 // All that lies in a directory, sorted: "name=content " for plain files, "name/ " and "name? " for all else.
 std::string tree(const fs::path& root) {
     std::set<std::string> found;
@@ -75,7 +71,7 @@ std::string tree(const fs::path& root) {
         const fs::file_status status = entry.symlink_status();
         std::string text = entry.path().lexically_relative(root);
         if (fs::is_regular_file(status))
-            text += '=' + contentOf(entry.path());
+            text += '=' + readFile(entry.path());
         else
             text += fs::is_directory(status) ? "/" : "?";
         found.insert(text + ' ');
@@ -177,7 +173,7 @@ TEST_F(Cabinet, WhatTheToolPackedReadsBack) {
         for (const QbCabinetFile& file : listed) {
             ASSERT_TRUE(files.contains(file.name)) << file.name;
             EXPECT_EQ(file.size, files.at(file.name).size());
-            EXPECT_TRUE(contentOf("into/" + file.name) == files.at(file.name)) << file.name;
+            EXPECT_TRUE(readFile("into/" + file.name) == files.at(file.name)) << file.name;
         }
     }
     EXPECT_EQ(fs::status("into/one/two").permissions(), fs::perms::owner_all);
@@ -251,7 +247,7 @@ TEST_F(Cabinet, DamageIsToldInOneLineAndNeverCrashes) {
     directory.write("base/one.txt", std::string(40000, 'o'));
     directory.write("base/two/three.txt", "three");
     ASSERT_EQ(pack({"one.txt", "two/three.txt"}), "");
-    const std::string whole = contentOf("made.cab");
+    const std::string whole = readFile("made.cab");
     const std::string stored = cabinetOf({"a", "b"});
     for (const std::string& good : {whole, stored})
         for (size_t i = 0; i < good.size(); ++i)
@@ -362,7 +358,7 @@ TEST_F(Cabinet, TheToolIsStartedAsToldInTheDirectoryWithoutAShell) {
     const std::string arguments = " -c -z -- " + top + "/made.cab a;rm b";
     EXPECT_EQ(pack({"./a;rm b"}), top + "/bin/gcab ended with status 3, see " + top + "/out.txt");
     EXPECT_EQ(command, top + "/bin/gcab" + arguments);
-    EXPECT_EQ(contentOf("out.txt"), top + "/base\nC.UTF-8\n-c\n-z\n--\n" + top + "/made.cab\na;rm b\nno\n");
+    EXPECT_EQ(readFile("out.txt"), top + "/base\nC.UTF-8\n-c\n-z\n--\n" + top + "/made.cab\na;rm b\nno\n");
 
     fs::remove("out.txt");
     fs::create_directory("out.txt"); // the tool's words are lost, and that is all
@@ -392,7 +388,7 @@ TEST_F(Cabinet, ACabinetThatLacksAFileIsNoSuccess) {
     EXPECT_EQ(pack({"a", "b"}), "the cabinet " + top + "/made.cab that was made does not read back");
     tool("rm b; exec " + std::string("/usr/bin/env PATH='") + path + "' gcab \"$@\"\n");
     EXPECT_EQ(pack({"a", "b"}), "the file \"b\" did not get into the cabinet, see " + top + "/out.txt");
-    EXPECT_NE(contentOf("out.txt").find("Cannot add file b"), std::string::npos);
+    EXPECT_NE(readFile("out.txt").find("Cannot add file b"), std::string::npos);
     fs::remove("made.cab");
     fs::create_directories("made.cab/x");
     EXPECT_EQ(pack({"a"}), "the older " + top + "/made.cab can not be replaced: Is a directory");

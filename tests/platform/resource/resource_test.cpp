@@ -2,6 +2,7 @@
 
 #include "platform/process.h"
 #include "support/fake.h"
+#include "support/files.h"
 #include "support/messages.h"
 #include "support/temporary_directory.h"
 
@@ -11,7 +12,6 @@
 #include <cstring>
 #include <elf.h>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <map>
 #include <memory>
 #include <random>
@@ -41,11 +41,6 @@ static std::string noise(size_t size, unsigned seed) {
     std::string text(size, '\0');
     std::generate(text.begin(), text.end(), [&] { return static_cast<char>(random()); });
     return text;
-}
-
-static std::string fileText(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 static size_t aligned(size_t size) {
@@ -141,7 +136,7 @@ private:
 
 // A small program whose section table, and so its end, stands at an odd place.
 static std::string oddProgram() {
-    std::string file = fileText("/bin/true");
+    std::string file = readFile("/bin/true");
     auto header = recordAt<Elf64_Ehdr>(file, 0);
     const std::string sections = file.substr(header.e_shoff, header.e_shnum * sizeof(Elf64_Shdr));
     file.append(file.size() % 2 ? 2 : 1, '\0');
@@ -187,7 +182,7 @@ TEST_F(Resource, CarriesWhatWasStoredBehindAProgramThatStaysAsItWas) {
     }
     EXPECT_EQ(qbResourceFind("CA", 500) + qbResourceFind("CABS", 500) + qbResourceFind(nullptr, 500), 0);
     EXPECT_EQ(fs::file_size("show"), base() + BLOCK + size);
-    EXPECT_EQ(fileText("show").substr(0, program_.size()), program_);
+    EXPECT_EQ(readFile("show").substr(0, program_.size()), program_);
     EXPECT_EQ(system("./show"), 0);
     EXPECT_TRUE(messages_.texts().empty());
 }
@@ -276,7 +271,7 @@ TEST_F(Resource, OfTheRunningProgramAreReadAfterItWasMovedAndDeleted) {
     EXPECT_EQ(store("show", {{500, "other's"}}), 0);
     fs::rename("show", "other");
     EXPECT_EQ(system("./self --gtest_also_run_disabled_tests --gtest_filter=ResourceChild.* >out.txt"), 0)
-        << fileText("out.txt");
+        << readFile("out.txt");
     EXPECT_FALSE(fs::exists("moved"));
 }
 
@@ -327,7 +322,7 @@ TEST_F(Resource, ADamagedStoreIsNoneAndADamagedResourceIsToldAlone) {
     };
     const std::map<std::string, std::string> contents = {{"first", noise(50, 1)}, {"second", noise(50, 2)}};
     EXPECT_EQ(store("show", {{500, contents.at("first")}, {501, contents.at("second")}}), 0);
-    const std::string good = fileText("show");
+    const std::string good = readFile("show");
     ASSERT_EQ(good.size(), base() + static_cast<size_t>(end));
 
     for (const Damage& damage : damages) {
@@ -366,7 +361,7 @@ TEST_F(Resource, ADamagedStoreIsNoneAndADamagedResourceIsToldAlone) {
 TEST_F(Resource, AFullDiskLeavesWhatWasThere) {
     const std::string old = noise(3000, 1), large = noise(3 * PIECE, 2);
     EXPECT_EQ(store("show", {{500, old}, {501, "kept"}}), 0);
-    const std::string before = fileText("show");
+    const std::string before = readFile("show");
     const size_t limits[] = {1, base() + 5, base() + BLOCK - 1, before.size(), before.size() + PIECE + 7};
     for (const size_t limit : limits) {
         for (const int id : {500, 502}) {
@@ -385,13 +380,13 @@ TEST_F(Resource, AFullDiskLeavesWhatWasThere) {
                 } else
                     EXPECT_EQ(qbResourceUpdateEnd(update, 1), 0);
             }
-            EXPECT_TRUE(fileText("show") == before);
+            EXPECT_TRUE(readFile("show") == before);
         }
         {
             const FileLimit full(std::min<size_t>(limit, 5000));
             EXPECT_EQ(copyError("/bin/true", "show"), EFBIG);
         }
-        EXPECT_TRUE(fileText("show") == before);
+        EXPECT_TRUE(readFile("show") == before);
     }
     EXPECT_EQ(filesHere(), 1u);
 
@@ -435,7 +430,7 @@ TEST_F(Resource, CopiesTheProgramWithoutResourcesOverAnythingButItself) {
     EXPECT_EQ(store("show", {{500, "first"}}), 0);
     fs::permissions("show", fs::perms(0551));
     EXPECT_EQ(copyError("show", "copy"), 0);
-    EXPECT_TRUE(fileText("copy") == program_);
+    EXPECT_TRUE(readFile("copy") == program_);
     EXPECT_EQ(fs::status("copy").permissions(), fs::perms(0751)); // to be packed
 
     fs::create_symlink("show", "link");
@@ -477,7 +472,7 @@ TEST_F(Resource, AProgramThatRunsIsReplacedAndNotWrittenTo) {
 
 TEST_F(Resource, FindsTheEndOfUnusualPrograms) {
     EXPECT_EQ(store("show", {{500, "first"}}), 0);
-    const std::string good = fileText("show");
+    const std::string good = readFile("show");
     const auto header = recordAt<Elf64_Ehdr>(good, 0);
     const auto first = recordAt<Elf64_Shdr>(good, header.e_shoff);
 
@@ -532,7 +527,7 @@ TEST_F(Resource, FindsTheEndOfUnusualPrograms) {
 
 TEST_F(Resource, HostileHeadersAreRefused) {
     EXPECT_EQ(store("show", {{500, "first"}}), 0);
-    const std::string good = fileText("show");
+    const std::string good = readFile("show");
     const auto header = recordAt<Elf64_Ehdr>(good, 0);
     testing::internal::CaptureStderr();
     for (size_t size = 1500; size-- > 0;) {

@@ -1,21 +1,15 @@
 // The sample show as one file: moved alone to another place it shows the same pictures as its script.
 
+#include "support/files.h"
 #include "support/temporary_directory.h"
 
 #include <gtest/gtest.h>
 #include <map>
-#include <sstream>
 #include <sys/wait.h>
 
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string readFile(const fs::path& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
 
 std::map<std::string, std::string> readFiles(const fs::path& directory) {
     std::map<std::string, std::string> files;

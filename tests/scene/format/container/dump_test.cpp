@@ -1,10 +1,10 @@
 #include "scene/format/dump.h"
 
 #include "scene/format/container/chunks.h"
+#include "support/files.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
-#include <sstream>
 #include <sys/wait.h>
 
 namespace {
@@ -71,12 +71,6 @@ std::string dump(const std::string& bytes, int mode) {
     EXPECT_EQ(qbIffReadFile(Image(bytes).file()), 0);
     qbIffMode = QB_DUMP_SILENT;
     return testing::internal::GetCapturedStdout();
-}
-
-std::string readFile(const char* path) {
-    std::stringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
 }
 
 TEST(DumpTest, LabelsChunksAndTheirValues) {
