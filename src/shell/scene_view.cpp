@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <string_view>
 
 enum { VIEW_SLOT = 1, VIEW_NAME_MAX = 256 };
 
@@ -35,10 +36,10 @@ static const char* askScene() {
     return qbOpenFileDialog("Open Quab scene for binary convert", filters, 2);
 }
 
-static bool fits(const std::string& text, const char* what) {
-    if (text.size() < VIEW_NAME_MAX) return true;
-    qbMessage("The %s of the scene is longer than %d characters: '%s'. Move or rename it.", what,
-              VIEW_NAME_MAX - 1, text.c_str());
+static bool fits(std::string_view text, const char* what) {
+    if (text.size() <= VIEW_NAME_MAX) return true;
+    qbMessage("The %s of the scene is longer than %d characters. Move or rename it: '%.*s'", what,
+              VIEW_NAME_MAX, static_cast<int>(text.size()), text.data());
     return false;
 }
 
@@ -189,9 +190,10 @@ int qbSceneView(const char* path, const QbViewOptions* options) {
     if (isConvertOnly && (flags & QB_VIEW_BINARY) != 0 && path == nullptr) path = askScene();
     if (path == nullptr) return -1;
 
-    const std::string name = qbBaseName(path);
     const std::string directory = qbDirName(path);
-    if (!fits(name, "name") || !fits(directory, "directory")) return -1;
+    // What qbBaseName gives is cut to fit.
+    if (!fits(directory, "directory") || !fits(path + directory.size(), "name")) return -1;
+    const std::string name = qbBaseName(path);
     // From the wrong directory another scene of that name could be taken.
     if (qbSetDirectory(directory.c_str()) != 0) return loadFailed();
 

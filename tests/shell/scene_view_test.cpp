@@ -189,3 +189,14 @@ TEST_F(SceneView, ConvertsBeforePlayingAndWithoutAnEngine) {
     EXPECT_EQ(messages.texts(), Strings(3, "Failed to load scene"));
     EXPECT_EQ(world.drawn, 2 * 2) << "a failed load is shown";
 }
+
+TEST_F(SceneView, RefusesNamesAndDirectoriesOfMoreThan256Characters) {
+    const std::string too = " of the scene is longer than 256 characters. Move or rename it: '";
+    const std::string fits(256, 'n'), directory = std::string(255, 'd') + "/";
+    scene({}, 0, 0, fits.c_str());
+    EXPECT_EQ(world.calls[1], "load " + fits + " 1 1 0 0 0  0");
+    for (const std::string& path : {fits + "n", directory + "a.quab", "d" + directory + "a.quab"})
+        EXPECT_EQ(scene({}, 0, 0, path.c_str()), -1);
+    EXPECT_EQ(messages.texts(), (Strings{"The name" + too + fits + "n'", "Failed to load scene", // not there
+                                         "The directory" + too + "d" + directory + "'"}));
+}
