@@ -80,7 +80,8 @@ function(qb_library target)
     # A static library's private links reach the final link line, but not the include paths of its users.
     target_include_directories(${target} PUBLIC ${root})
     target_link_libraries(${target} PRIVATE qb_flags ${ARG_USES} ${ARG_LINK})
-    if(QB_FUZZ)
+    if(QB_FUZZ AND NOT target STREQUAL platform)
+        # Not the services below everything: paths and messages are no input, and would only blur the coverage.
         target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
     endif()
     qb_choose_standard(${target} ${ARG_LINK})
