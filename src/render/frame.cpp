@@ -10,7 +10,9 @@
 #include "scene/runtime/objects.h"
 
 #include <algorithm>
+#include <cmath>
 #include <deque>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -94,7 +96,9 @@ void Passes::OnPreRender(core::array<scene::ISceneNode*>& lightList) {
     byDistance_.clear();
     for (u32 i = 0; i < lightList.size(); ++i) {
         lights_.push_back(lightList[i]);
-        byDistance_.emplace_back(lightList[i]->getAbsolutePosition().getDistanceFromSQ(eye), i);
+        const float distance = lightList[i]->getAbsolutePosition().getDistanceFromSQ(eye);
+        // A scene may put a light nowhere: what is not a number has no place in an order.
+        byDistance_.emplace_back(std::isnan(distance) ? std::numeric_limits<float>::infinity() : distance, i);
     }
     std::sort(byDistance_.begin(), byDistance_.end());
     for (u32 i = 0; i < lightList.size(); ++i)
