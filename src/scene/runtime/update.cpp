@@ -47,13 +47,17 @@ static void updateLens(QbSceneHandle* scene, int camera, float time) {
     qbEngineSetDepthOfField(enabled, focalDistance, fStop);
 }
 
-// The camera's position, which the objects of an extra are placed against. A scene without a camera leaves
-// the engine's camera alone and counts as seen from its origin.
+// The camera's position, which the objects of an extra are placed against. A scene without a camera has no
+// depth of field, leaves the engine's camera where it is, and counts as seen from its origin.
 static Vector updateCamera(const QbSceneSlot* slot, float time) {
     QbSceneHandle* scene = slot->scene;
     const QbCameraInfo* info = scene->cameraInfo;
     const int count = info->count(scene);
-    if (count <= 0) return {};
+    if (count <= 0) {
+        // That of the scene before would stay.
+        if (!slot->isExtra) qbEngineSetDepthOfField(0, 0.0F, 0.0F);
+        return {};
+    }
     const int camera = std::clamp(scene->sceneInfo->currentCamera(scene, time), 0, count - 1);
     if (!slot->isExtra) updateLens(scene, camera, time);
     const Vector position = itemVector(info, scene, camera, QB_ITEM_POSITION, time);
