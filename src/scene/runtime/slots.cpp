@@ -13,7 +13,7 @@
 #include <climits>
 #include <cstring>
 
-enum { MESH_NAME_SIZE = 256, LIGHT_DISTANT = 0, LIGHT_SPOT = 2 };
+enum { MESH_NAME_SIZE = 256 };
 
 // Where a hidden extra's objects wait, far behind everything.
 static const float PARKED_Z = -1000000.0F;
@@ -88,12 +88,13 @@ static void forEachEmitter(const QbSceneSlot* slot, Action action) {
 
 // --- searching ------------------------------------------------------------------------------------------
 
-static int findMeshInSlot(const QbSceneSlot* slot, const char* meshFile) {
-    const QbObjectInfo* info = slot->scene->objectInfo;
-    const int count = info->count(slot->scene);
+// By one of the names that an object has.
+static int findObject(const QbSceneSlot* slot, const char* (*nameOf)(QbSceneHandle*, int32_t),
+                      const char* name) {
+    const int count = slot->scene->objectInfo->count(slot->scene);
     for (int i = 0; i < count; i++) {
         const int id = slot->firstObject + i;
-        if (qbObjectExists(id) && sameWithoutCase(info->meshFileName(slot->scene, i), meshFile)) return id;
+        if (qbObjectExists(id) && sameWithoutCase(nameOf(slot->scene, i), name)) return id;
     }
     return -1;
 }
@@ -101,7 +102,7 @@ static int findMeshInSlot(const QbSceneSlot* slot, const char* meshFile) {
 int qbSceneFindObjectByMesh(const char* directory, const char* meshFile) {
     for (const QbSceneSlot& slot : slots) {
         if (!slot.loaded || !sameWithoutCase(slot.directory, directory)) continue;
-        const int id = findMeshInSlot(&slot, meshFile);
+        const int id = findObject(&slot, slot.scene->objectInfo->meshFileName, meshFile);
         if (id != -1) return id;
     }
     return -1;
@@ -109,14 +110,7 @@ int qbSceneFindObjectByMesh(const char* directory, const char* meshFile) {
 
 int qbSceneFindObjectByName(int slot, const char* name) {
     const QbSceneSlot* found = qbSceneSlotLoaded(slot);
-    if (!found) return -1;
-    const QbObjectInfo* info = found->scene->objectInfo;
-    const int count = info->count(found->scene);
-    for (int i = 0; i < count; i++) {
-        const int id = found->firstObject + i;
-        if (qbObjectExists(id) && sameWithoutCase(info->name(found->scene, i), name)) return id;
-    }
-    return -1;
+    return found ? findObject(found, found->scene->objectInfo->name, name) : -1;
 }
 
 // --- loading --------------------------------------------------------------------------------------------
@@ -179,10 +173,10 @@ static void loadLight(QbSceneHandle* scene, int i, int id) {
     const QbLightInfo* info = scene->lightInfo;
     qbLightCreate(id);
     switch (info->type(scene, i)) {
-    case LIGHT_DISTANT:
+    case QB_SCENE_LIGHT_DISTANT:
         qbLightSetDirectional(id);
         break;
-    case LIGHT_SPOT: {
+    case QB_SCENE_LIGHT_SPOT: {
         float cone = 0.0F;
         float edge = 0.0F;
         info->coneAngles(scene, i, &cone, &edge, 0.0F);
