@@ -74,7 +74,8 @@ void qbHeightToGrey(double value, double maximum, int32_t* red, int32_t* green, 
     };
     *red = *green = *blue = 0;
     if (!(maximum > 0.0) || !(value > 0.0)) return;
-    const double x = std::min(value, maximum) / maximum * GREY_STEPS;
+    // Two infinities have no quotient.
+    const double x = value < maximum ? value / maximum * GREY_STEPS : GREY_STEPS;
     const double whole = std::floor(x);
     *red = *green = *blue = static_cast<int32_t>(whole);
     for (const auto& addition : additions) {
