@@ -241,7 +241,9 @@ int qbEngineClose() {
 
 int qbEngineIsOver() {
     qbEventReceiver()->BeginFrame();
-    if (!engine.device || !engine.device->run() || qbWindowLost() || qbProcessEndAsked()) return 1;
+    // Irrlicht drops the event that tells of a lost window.
+    if (!engine.device || qbWindowLost() || !engine.device->run() || qbWindowLost() || qbProcessEndAsked())
+        return 1;
     return qbEventReceiver()->IsKeyDown(KEY_ESCAPE);
 }
 
@@ -258,7 +260,7 @@ void qbEngineRestore() {
 }
 
 void qbEngineDrawFrame() {
-    if (!engine.device) return;
+    if (!engine.device || qbWindowLost()) return;
     qbClockStep();
     if (engine.lightPrePass && rendererCreated)
         renderer->drawFrame();
@@ -267,7 +269,7 @@ void qbEngineDrawFrame() {
 }
 
 void qbEngineWarmUp() {
-    if (engine.device && rendererCreated && renderer->warmUp) renderer->warmUp();
+    if (engine.device && !qbWindowLost() && rendererCreated && renderer->warmUp) renderer->warmUp();
 }
 
 void qbEngineSetBackground(uint32_t color) {
