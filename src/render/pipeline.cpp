@@ -105,6 +105,10 @@ static bool createShader(QbIrrShader** shader, const char* file, const char* con
                          const char* kind = "") {
     QbIrrShader* created = qbIrrShaderCreate(file, defines);
     if (!created) {
+        qbMessage(
+            "the built-in shader %s is missing or can not be used: put the directory \"shaders\" that comes "
+            "with the program beside it",
+            file);
         qbMessage("failed to create shader %s%s", kind, file);
         return false;
     }
