@@ -6,6 +6,7 @@
 #include "platform/path.h"
 #include "platform/process.h"
 #include "scene/runtime/slots.h"
+#include "shell/scene_view.h"
 
 #include <algorithm>
 #include <cinttypes>
@@ -19,7 +20,6 @@ enum {
     VIEW_PICTURES = 4,
     VIEW_SPAN_OBJECT = 4000, // milliseconds
     VIEW_SPAN_SCENE = 12000, // at most, of a long scene
-    VIEW_SCENE_SLOT = 1,
     SHEET_COLUMNS = 3,
     SHEET_WIDTH = 320,       // of one picture, pixels
     SHEET_HEIGHT_MAX = 1280, // likewise; taller pictures are squeezed
@@ -101,12 +101,12 @@ static void watchDemo(const QbDemo* demo, int index, int elapsed) {
 
 static int viewSpan() {
     if (state.job == QB_PICTURES_OBJECT) return VIEW_SPAN_OBJECT;
-    return std::min<int>(qbSceneDurationMs(VIEW_SCENE_SLOT), VIEW_SPAN_SCENE);
+    return std::min<int>(qbSceneDurationMs(QB_VIEW_SLOT), VIEW_SPAN_SCENE);
 }
 
 static void watchView() {
     // The viewer's last frames show that its scene is gone.
-    if (state.job == QB_PICTURES_SCENE && qbSceneObjectCount(VIEW_SCENE_SLOT) < 0) return;
+    if (state.job == QB_PICTURES_SCENE && qbSceneObjectCount(QB_VIEW_SLOT) < 0) return;
     if (state.viewStart < 0) state.viewStart = qbEngineTime();
     if (state.viewTaken == VIEW_PICTURES) return;
     const int elapsed = qbEngineTime() - state.viewStart;
