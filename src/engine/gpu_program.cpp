@@ -39,9 +39,11 @@ class QbGpuProgram {
 public:
     bool isDirect3D = false;
     bool isReady = false; // what is sent once has been sent
+    bool isUsed = false;  // the driver's constants may hold something
     int baseMaterial = 0;
     std::vector<Constant> constants;
-    std::vector<float> held;     // what the constants hold, elements and rows without gaps
+    std::vector<float> initial;  // what the constants begin as, elements and rows without gaps
+    std::vector<float> held;     // what they hold
     std::vector<GLint> integers; // room to convert any of the integer constants
     std::vector<QbHlslSampler> samplers;
     std::array<const ITextureCUBE*, QB_GPU_LAYERS_MAX> cubeMaps{};
@@ -124,6 +126,7 @@ static int createHlsl(const QbGpuSource& source, video::IGPUProgrammingServices*
     takeSamplers(translated.pixel, program);
     takeLayers(program);
     if (!program->isDirect3D && !layersAgree(source, *program, errors)) return -1;
+    program->initial = program->held;
 
     const bool own = program->isDirect3D;
     const int type = services->addHighLevelShaderMaterial(
@@ -298,10 +301,11 @@ static void sendOnce(QbGpuProgram* program) {
     const GLuint id = static_cast<GLuint>(current);
     for (Constant& constant : program->constants) {
         constant.location = glGetUniformLocation(id, constant.glslName.c_str());
-        if (constant.initialised) upload(program, constant);
+        if (constant.initialised || program->isUsed) upload(program, constant);
     }
     for (const QbHlslSampler& sampler : program->samplers)
         sendLayers(id, sampler);
+    program->isUsed = true;
 }
 
 static void bindCubeMaps(const QbGpuProgram& program) {
@@ -345,6 +349,12 @@ void qbGpuProgramUse(QbGpuProgram* program, video::IMaterialRendererServices* se
     unbindEmptyLayers(empty);
     // Where the engine believes to be.
     glActiveTexture(GL_TEXTURE0);
+}
+
+void qbGpuProgramReset(QbGpuProgram* program) {
+    program->isReady = false;
+    program->held = program->initial;
+    program->cubeMaps = {};
 }
 
 void qbGpuProgramSetCubeMap(QbGpuProgram* program, int layer, const ITextureCUBE* texture) {

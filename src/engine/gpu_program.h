@@ -49,6 +49,9 @@ int qbGpuProgramCreate(const QbGpuSource& source, irr::video::IShaderConstantSet
 void qbGpuProgramUse(QbGpuProgram* program, irr::video::IMaterialRendererServices* services,
                      unsigned emptyLayers);
 
+// All constants begin anew, as their initialiser or as 0. The cube maps are taken away.
+void qbGpuProgramReset(QbGpuProgram* program);
+
 // A constant of an HLSL program by the author's name (letter case counts); to be kept by the caller. -1: the
 // compiled program does not use it. Assembly knows no names: always -1.
 int qbGpuConstantFind(const QbGpuProgram* program, QbGpuStage stage, const char* name);

@@ -6,6 +6,7 @@
 #include "platform/message.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <irrlicht/irrlicht.h>
 #include <string>
 #include <string_view>
@@ -77,20 +78,19 @@ static bool canShare(const QbIrrShader& shader) {
     return shader.highLevel != 0;
 }
 
-// All that an HLSL program is made of, whose two texts are one; its own for a record that cannot share.
+// All that a program is made of.
 static std::string keyOf(const QbIrrShader& shader) {
-    static int alone;
-    if (!canShare(shader)) return std::to_string(++alone);
     std::string key(1, static_cast<char>(shader.baseMaterial));
-    for (const char* part :
-         {shader.vertexMain, shader.pixelMain, static_cast<const char*>(shader.vertexText)})
+    const char* const pixelText = shader.highLevel ? "" : shader.pixelText; // of HLSL: the same
+    for (const char* part : std::initializer_list<const char*>{shader.vertexMain, shader.pixelMain,
+                                                               shader.vertexText, pixelText})
         key.append(1, '\0').append(part);
     return key;
 }
 
 // Irrlicht holds the callback with its new material type. Null after a message.
 static MyShaderCallBack* compile(const QbIrrShader& shader, const std::string& key) {
-    auto* callback = new MyShaderCallBack(key);
+    auto* callback = new MyShaderCallBack(key, canShare(shader));
     QbGpuProgramPtr program;
     std::string errors;
     const int type = qbGpuProgramCreate(sourceOf(shader), callback, &program, &errors);
@@ -114,6 +114,14 @@ int qbIrrShaderSetupGpuMaterial(QbIrrShader* shader) {
     callback->adopt(shader);
     qbShaderTextsFree(shader);
     return 0;
+}
+
+void qbShaderRelease(QbIrrShader* shader) {
+    if (shader) MyShaderCallBack::release(shader);
+}
+
+int qbShaderRecordCount() {
+    return MyShaderCallBack::recordCount();
 }
 
 static bool isBlended(uint32_t baseMaterial) {

@@ -13,10 +13,16 @@ struct QbIrrShader;
 
 // Compiles the texts, stores the material type and frees the texts. Records of the same texts share one
 // material type, each with its own values, but for assembly and arrays set from code. Once, after a
-// successful create. From then on the record belongs to the material type and goes with the device. On
+// successful create. From then on the record goes with the device, unless it is given back before. On
 // failure -1, after a message with file, line, column and reason of each error; the record stays the caller's
 // and keeps its texts.
 int qbIrrShaderSetupGpuMaterial(QbIrrShader* shader);
+
+// Frees the record, of which nothing may be drawn any more. Its material type stays for later records of the
+// same texts, since the driver parts with none. Null is allowed.
+void qbShaderRelease(QbIrrShader* shader);
+// Records that have a material type.
+int qbShaderRecordCount();
 
 // Makes a material one of this shader's: its type, its blending, the filters and address modes of its
 // samplers, and in MaterialTypeParam2 the record whose values its draws take. Layers' textures and all other
