@@ -55,6 +55,8 @@ constexpr size_t HLSL_STATEMENT_MAX = 1500; // words
 constexpr int HLSL_ELSE_MAX = 250;          // in one function
 constexpr int HLSL_PREFIX_MAX = 64;         // of - + ! ~ ++ -- in a row
 constexpr int HLSL_ARRAY_MAX = 4096;        // elements
+constexpr size_t HLSL_MATRIX_PARTS = 16;    // numbers in the largest value that is not an array
+constexpr size_t HLSL_VALUES_MAX = 65536;   // numbers in all initialisers together
 
 // All passes. False with `errors` filled. The text must outlive the scan.
 bool hlslScan(std::string_view file, std::string_view text, HlslScan* scan);

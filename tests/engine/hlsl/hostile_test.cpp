@@ -49,6 +49,8 @@ TEST(HlslHostile, BadTextIsRefusedAtItsPlaceAndLimitsHold) {
         {std::string(HLSL_WORD_MAX + 1, 'a'), "(1,1): a word of more than 255 characters"},
         {"float a[4096];", ""},
         {"float a[64][65];", "(1,7): arrays have at most 4096 elements"},
+        {"float4x4 a[4096] = 1; float b = 1;",
+         "(1,29): the values of all variables are more than 65536 numbers"},
         {std::string(HLSL_TEXT_MAX, '\n'), ""},
         {std::string(HLSL_TEXT_MAX + 1, '\n'), "(1,1): the text is longer than 2097152 bytes"},
         {repeated("; ", HLSL_TOKENS_MAX), ""},
