@@ -1,14 +1,13 @@
-#include "engine/engine.h"
 #include "fuzz/fuzz.h"
-#include "scene/runtime/mesh_file.h"
+#include "fuzz/null_device.h"
+#include "scene/runtime/objects.h"
 
-#include <irrlicht/irrlicht.h>
+#include <initializer_list>
 
-// A .x file, loaded as a scene loads it, then used as nodes and surfaces do: animated, given tangents,
-// picked.
+// A .x file, loaded as an object, posed and drawn; one that does not move is given tangents as well, as it is
+// for a surface with bumps.
 
 using irr::u32;
-using irr::scene::IAnimatedMesh;
 using irr::scene::IMesh;
 using irr::scene::IMeshBuffer;
 
@@ -23,36 +22,33 @@ static void expectSound(const IMesh& mesh) {
         expectSound(*mesh.getMeshBuffer(i));
 }
 
-static void useMesh(IAnimatedMesh* mesh) {
-    irr::scene::ISceneManager* smgr = qbEngineGet()->smgr;
-    expectSound(*mesh);
-    irr::scene::IAnimatedMeshSceneNode* node = smgr->addAnimatedMeshSceneNode(mesh);
-    for (const float frame : {0.0F, 7.5F, 1e6F}) {
-        node->setCurrentFrame(frame);
-        smgr->drawAll();
-    }
-    node->remove();
+static void giveTangents(IMesh* mesh) {
     IMesh* tangents =
-        smgr->getMeshManipulator()->createMeshWithTangents(mesh->getMesh(0), false, false, false);
+        qbEngineGet()->smgr->getMeshManipulator()->createMeshWithTangents(mesh, false, false, false, true);
     expectSound(*tangents);
     tangents->drop();
 }
 
+static void use(int id) {
+    auto* object = static_cast<QbObjectRec*>(qbIdListGet(qbEngineGet()->objects, id));
+    expectSound(*object->mesh);
+    for (const float frame : {0.0F, 7.5F, 1e6F}) {
+        qbObjectSetFrame(id, frame);
+        qbEngineGet()->smgr->drawAll();
+    }
+    if (object->isStatic) giveTangents(object->mesh);
+}
+
 int LLVMFuzzerInitialize(int*, char***) {
-    irr::SIrrlichtCreationParameters wishes;
-    wishes.DriverType = irr::video::EDT_NULL;
-    wishes.LoggingLevel = irr::ELL_NONE;
-    QbEngine* engine = qbEngineGet();
-    engine->device = irr::createDeviceEx(wishes);
-    qbFuzzExpect(engine->device != nullptr);
-    engine->driver = engine->device->getVideoDriver();
-    engine->smgr = engine->device->getSceneManager();
-    engine->camera = engine->smgr->addCameraSceneNode();
+    qbFuzzOpenEngine();
     return 0;
 }
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    if (IAnimatedMesh* mesh = qbMeshFileLoad(qbFuzzFile("input.x", data, size))) useMesh(mesh);
+    enum { ID = 1 };
+    qbObjectLoad(qbFuzzFile("input.x", data, size), ID);
+    if (qbObjectExists(ID)) use(ID);
+    qbObjectFree(ID);
     qbEngineGet()->smgr->getMeshCache()->clear();
     return 0;
 }
