@@ -10,6 +10,10 @@
 #include <string>
 #include <string_view>
 
+// The parser compares each key with all before it: twice the lines of the largest script take it a second,
+// all the lines that TEXT_SIZE_MAX holds hours.
+enum { LINES_MAX = 32768 };
+
 // LINE_SIZE is iniparser's own line buffer: a longer line is an error there.
 enum { LINE_SIZE = 1024, TEXT_SIZE_MAX = 16 * 1024 * 1024 };
 
@@ -42,13 +46,17 @@ static bool readText(const char* name, std::string& text) {
         return false;
     }
     char line[LINE_SIZE] = "";
-    while (qbFileGets(line, sizeof(line), file.get())) {
+    for (int lines = 1; qbFileGets(line, sizeof(line), file.get()); ++lines) {
         const size_t length = strnlen(line, sizeof(line));
         text.append(line, length);
         // A zero byte inside a line hides its line end; the next line must not be glued to it.
         if (length + 1 < sizeof(line) && !text.ends_with('\n')) text += '\n';
         if (text.size() > TEXT_SIZE_MAX) {
             fprintf(stderr, "iniparser: %s is too large\n", name);
+            return false;
+        }
+        if (lines > LINES_MAX) {
+            fprintf(stderr, "iniparser: %s has more than %d lines\n", name, LINES_MAX);
             return false;
         }
     }

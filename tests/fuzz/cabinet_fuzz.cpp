@@ -12,7 +12,7 @@
 
 namespace fs = std::filesystem;
 
-enum { FILE_HEADER = 36, FOLDER_SIZE = 8, DATA_HEADER = 8 };
+enum { FILE_HEADER = 36, FOLDER_SIZE = 8, DATA_HEADER = 8, BLOCK_SIZE = 32768 };
 
 static void checkAround(const fs::path& directory) {
     size_t count = 0;
@@ -24,17 +24,20 @@ static void checkAround(const fs::path& directory) {
     qbFuzzExpect(count == 3 && fs::file_size(directory / "beside") == 1);
 }
 
-static void checkOutput(const fs::path& out, const std::vector<QbCabinetFile>& listed, bool isWhole) {
-    size_t files = 0;
+static void checkOutput(const fs::path& out, const std::vector<QbCabinetFile>& listed, bool isWhole,
+                        size_t most) {
+    size_t files = 0, bytes = 0;
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(out)) {
         qbFuzzExpect(!entry.is_symlink() && (entry.is_directory() || entry.is_regular_file()));
         if (!entry.is_regular_file()) continue;
         ++files;
+        bytes += entry.file_size();
         const auto isIts = [size = entry.file_size()](const QbCabinetFile& file) {
             return file.size == size;
         };
         qbFuzzExpect(!isWhole || std::ranges::any_of(listed, isIts));
     }
+    qbFuzzExpect(bytes <= most);
     qbFuzzExpect(files <= listed.size() && (!isWhole || listed.empty() == (files == 0)));
 }
 
@@ -48,7 +51,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const int isUnpacked = qbCabinetUnpack(cabinet.c_str(), out.c_str());
     qbFuzzExpect(isListed == 0 || isUnpacked == isListed);
     checkAround(directory);
-    checkOutput(out, listed, isUnpacked == 0);
+    checkOutput(out, listed, isUnpacked == 0, size / DATA_HEADER * BLOCK_SIZE);
     fs::remove_all(out);
     return 0;
 }
