@@ -12,12 +12,12 @@
 #include <cstring>
 #include <vector>
 
-// Any file is a scene: dumped in both forms, opened, and everything in it asked for at times inside and
+// Any file is a scene: dumped in one of two forms, opened, and everything in it asked for at times inside and
 // around its range.
 
 namespace {
 
-enum { SURFACES_AT_ONCE = 65, ITEMS_ASKED = 40, CHANNELS_CHECKED = 100 };
+enum { SURFACES_AT_ONCE = 65, ITEMS_ASKED = 12, CHANNELS_CHECKED = 100 };
 
 float vector[3];
 
@@ -156,11 +156,10 @@ int LLVMFuzzerInitialize(int*, char***) {
 }
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    dump(data, size, QB_DUMP_LABELS);
-    dump(data, size, QB_DUMP_RAW);
+    dump(data, size, size % 2 == 0 ? QB_DUMP_LABELS : QB_DUMP_RAW);
     QbSceneHandle* h = qbSceneOpen(qbFuzzFile("scene.quab", data, size));
     if (!h) return 0;
-    for (const float time : {0.0f, 40.0f, 333.3f, 20.0f, -1.0f, 1e6f, FLT_MAX, -FLT_MAX, HUGE_VALF}) {
+    for (const float time : {0.0f, 333.3f, 20.0f, -FLT_MAX, FLT_MAX, HUGE_VALF}) {
         askScene(h, time);
         askObjects(h, time);
         askLights(h, time);

@@ -1,7 +1,6 @@
 #include "demo/demo.h"
 #include "fuzz/fuzz.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -29,8 +28,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static QbDemo demo;
     memset(&demo, 0xcd, sizeof(demo));
     if (qbDemoParse(&demo, qbFuzzFile("show.demo.ini", data, size)) != 0) {
-        const auto* bytes = reinterpret_cast<const char*>(&demo);
-        qbFuzzExpect(std::all_of(bytes, bytes + sizeof(demo), [](char c) { return c == 0; }));
+        static const QbDemo clear = {};
+        qbFuzzExpect(memcmp(&demo, &clear, sizeof(demo)) == 0);
         return 0;
     }
     qbFuzzExpect(demo.partCount > 0 && demo.partCount <= QB_DEMO_PARTS_MAX);
