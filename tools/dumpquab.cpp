@@ -1,8 +1,10 @@
 #include "scene/format/container.h"
 #include "scene/format/dump.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 // Prints a scene file as indented text.
 
@@ -20,5 +22,7 @@ int main(int argc, char** argv) {
     qbIffSetFileName(argv[1]);
     const int result = qbIffReadFile(file);
     qbFileClose(file);
-    return result;
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return result;
+    std::fprintf(stderr, "The dump can not be written: %s\n", std::strerror(errno));
+    return -1;
 }
