@@ -14,6 +14,8 @@
 #include <filesystem>
 #include <irrlicht/irrlicht.h>
 #include <string>
+#include <string_view>
+#include <system_error>
 #include <vector>
 
 enum {
@@ -159,9 +161,22 @@ static irr::video::IImage* imageOf(Picture* picture) {
                                                       false);
 }
 
+// Irrlicht does not look whether the disk took all: a whole PNG ends with an empty chunk of this name.
+static bool isWhole(const std::string& path) {
+    enum { TAIL = 8 }; // bytes from the name to the end
+    char tail[TAIL] = {};
+    std::FILE* file = qbPathOpen(path.c_str(), "rb");
+    if (!file) return false;
+    const bool read = std::fseek(file, -TAIL, SEEK_END) == 0 && std::fread(tail, 1, TAIL, file) == TAIL;
+    std::fclose(file);
+    return read && std::string_view(tail, 4) == "IEND";
+}
+
 static int writeImage(irr::video::IImage* image, const std::string& name) {
     const std::string path = state.directory + "/" + name;
-    if (qbEngineGet()->driver->writeImageToFile(image, path.c_str())) return 0;
+    if (qbEngineGet()->driver->writeImageToFile(image, path.c_str()) && isWhole(path)) return 0;
+    std::error_code gone;
+    std::filesystem::remove(path, gone);
     qbMessage("The picture '%s' could not be written. Is the disk full, or the directory read-only?",
               path.c_str());
     return -1;
