@@ -1,3 +1,4 @@
+#include "platform/memory.h"
 #include "scene/format/container.h"
 #include "scene/format/dump.h"
 
@@ -13,7 +14,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "Usage: %s [> dump.dat] scene.quab\n", argc > 0 ? argv[0] : "dumpquab");
         return EXIT_FAILURE;
     }
-    QbFile* file = qbIffLoad(argv[1]);
+    QbFile* file = qbUnlessOutOfMemory<QbFile*>(argv[1], nullptr, [argv] { return qbIffLoad(argv[1]); });
     if (!file) {
         std::fprintf(stderr, "Cannot open file %s", argv[1]);
         return -1;

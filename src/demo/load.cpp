@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <span>
 #include <string>
 #include <vector>
@@ -20,6 +21,17 @@
 // "directory/name". A script that names no directory means its own, never the root of the disk.
 static std::string dataPath(const char* directory, const char* name) {
     return std::string(*directory ? directory : ".") + '/' + name;
+}
+
+// The result of `work`; -1 after the text when memory runs out on the way.
+template <class Work>
+static int orNoMemory(const char* text, const Work& work) {
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+        qbMessage("%s", text);
+        return -1;
+    }
 }
 
 // --- loading --------------------------------------------------------------------------------------------
@@ -44,7 +56,7 @@ static std::string enterScriptDirectory(const char* path) {
     return qbCurrentDirectory();
 }
 
-int qbDemoLoad(QbDemo* demo, const char* path, int shadersEnabled) {
+static int loadDemo(QbDemo* demo, const char* path, int shadersEnabled) {
     if (qbDemoParse(demo, path) != 0) return -1;
     if (qbDemoPrepare(demo) != 0) {
         qbMessage("Failed to prepare");
@@ -73,6 +85,11 @@ int qbDemoLoad(QbDemo* demo, const char* path, int shadersEnabled) {
     }
     qbLoadingClose();
     return 0;
+}
+
+int qbDemoLoad(QbDemo* demo, const char* path, int shadersEnabled) {
+    return orNoMemory("qbDemoLoad: Failed to malloc mem for defdir\n",
+                      [=] { return loadDemo(demo, path, shadersEnabled); });
 }
 
 namespace {
@@ -131,7 +148,7 @@ int qbDemoLoadScenes(QbDemo* demo, const char* baseDir) {
     return result;
 }
 
-int qbDemoLoadMusics(QbDemo* demo) {
+static int loadMusics(QbDemo* demo) {
     int id = 1;
     for (QbDemoPart& part : qbDemoParts(demo)) {
         if (!part.music[0]) continue;
@@ -145,7 +162,11 @@ int qbDemoLoadMusics(QbDemo* demo) {
     return 0;
 }
 
-int qbDemoLoadPalettes(QbDemo* demo) {
+int qbDemoLoadMusics(QbDemo* demo) {
+    return orNoMemory("qbDemoLoadMusics: Failed to malloc mem for path\n", [=] { return loadMusics(demo); });
+}
+
+static int loadPalettes(QbDemo* demo) {
     int id = 1;
     for (QbDemoPart& part : qbDemoParts(demo)) {
         if (!part.palette[0]) continue;
@@ -159,6 +180,11 @@ int qbDemoLoadPalettes(QbDemo* demo) {
             qbPaletteSetEntry(part.paletteId, part.paletteChannel, part.paletteValue);
     }
     return 0;
+}
+
+int qbDemoLoadPalettes(QbDemo* demo) {
+    return orNoMemory("qbDemoLoadPalettes: Failed to malloc mem for path\n",
+                      [=] { return loadPalettes(demo); });
 }
 
 // --- shader windows -------------------------------------------------------------------------------------
@@ -187,7 +213,7 @@ static void shareShaderIds(QbDemo* demo, std::span<QbDemoShader* const> table) {
     }
 }
 
-int qbDemoLoadShaders(QbDemo* demo) {
+static int loadShaders(QbDemo* demo) {
     const std::vector<QbDemoShader*> table = distinctShaders(demo);
     int id = 1;
     for (QbDemoShader* shader : table) {
@@ -204,6 +230,11 @@ int qbDemoLoadShaders(QbDemo* demo) {
         return -1;
     }
     return 0;
+}
+
+int qbDemoLoadShaders(QbDemo* demo) {
+    return orNoMemory("qbDemoLoadShaders: Failed to malloc mem for path\n",
+                      [=] { return loadShaders(demo); });
 }
 
 // --- releasing ------------------------------------------------------------------------------------------

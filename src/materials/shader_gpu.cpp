@@ -3,11 +3,13 @@
 #include "engine/gpu_program.h"
 #include "materials/shader_constants.h"
 #include "materials/shader_file.h"
+#include "platform/memory.h"
 #include "platform/message.h"
 
 #include <algorithm>
 #include <initializer_list>
 #include <irrlicht/irrlicht.h>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -90,7 +92,10 @@ static std::string keyOf(const QbIrrShader& shader) {
 
 // Irrlicht holds the callback with its new material type. Null after a message.
 static MyShaderCallBack* compile(const QbIrrShader& shader, const std::string& key) {
-    auto* callback = new MyShaderCallBack(key, canShare(shader));
+    const auto drop = [](MyShaderCallBack* held) { held->drop(); };
+    const std::unique_ptr<MyShaderCallBack, decltype(drop)> owner(new MyShaderCallBack(key, canShare(shader)),
+                                                                  drop);
+    MyShaderCallBack* callback = owner.get();
     QbGpuProgramPtr program;
     std::string errors;
     const int type = qbGpuProgramCreate(sourceOf(shader), callback, &program, &errors);
@@ -98,15 +103,10 @@ static MyShaderCallBack* compile(const QbIrrShader& shader, const std::string& k
         callback->start(type, std::move(program));
     else
         reportFailure(shader, errors);
-    callback->drop();
     return type >= 0 ? callback : nullptr;
 }
 
-int qbIrrShaderSetupGpuMaterial(QbIrrShader* shader) {
-    if (!shader->vertexText || !shader->pixelText) {
-        qbMessage("%s: the shader has no text any more to compile", shader->vertexFile);
-        return -1;
-    }
+static int setUp(QbIrrShader* shader) {
     const std::string key = keyOf(*shader);
     MyShaderCallBack* callback = MyShaderCallBack::find(key);
     if (!callback) callback = compile(*shader, key);
@@ -114,6 +114,14 @@ int qbIrrShaderSetupGpuMaterial(QbIrrShader* shader) {
     callback->adopt(shader);
     qbShaderTextsFree(shader);
     return 0;
+}
+
+int qbIrrShaderSetupGpuMaterial(QbIrrShader* shader) {
+    if (!shader->vertexText || !shader->pixelText) {
+        qbMessage("%s: the shader has no text any more to compile", shader->vertexFile);
+        return -1;
+    }
+    return qbUnlessOutOfMemory(shader->vertexFile, -1, [shader] { return setUp(shader); });
 }
 
 void qbShaderRelease(QbIrrShader* shader) {

@@ -87,7 +87,7 @@ int writeFile(mspack_file* file, void* buffer, int bytes) {
         const ssize_t put = write(system.output.number(), static_cast<const char*>(buffer) + done,
                                   static_cast<size_t>(bytes - done));
         if (put < 0 && errno == EINTR) continue;
-        if (put < 0) return failWith(system, errno);
+        if (put <= 0) return failWith(system, put < 0 ? errno : EIO);
         done += static_cast<int>(put);
     }
     system.room -= static_cast<uint64_t>(bytes);

@@ -2,6 +2,7 @@
 
 #include "engine/camera.h"
 #include "engine/lights.h"
+#include "platform/memory.h"
 #include "platform/message.h"
 #include "platform/text.h"
 #include "scene/runtime/fx_emitters.h"
@@ -152,14 +153,10 @@ static void setOpacity(QbSceneHandle* scene, int i, int id) {
     if (transparency != 0.0F) qbObjectSetTransparent(id, 100.0F - transparency * 100.0F);
 }
 
-static void loadObject(const QbSceneSlot* slot, int i, int reuseObjects) {
-    static char name[MESH_NAME_SIZE];
+static int fillObject(const QbSceneSlot* slot, int i, const char* name, int reuseObjects) {
     QbSceneHandle* scene = slot->scene;
     const QbObjectInfo* info = scene->objectInfo;
     const int id = slot->firstObject + i;
-    if (info->isNull(scene, i)) return;
-    copyText(name, info->meshFileName(scene, i)); // the next name asked for overwrites the scene's buffer
-
     createObject(slot, name, id, reuseObjects);
     const bool anyShadows = (scene->sceneInfo->renderOpts(scene) & 1U) != 0;
     if (anyShadows && (info->shadowOpts(scene, i) & 2) != 0) qbObjectReceiveShadows(id);
@@ -167,6 +164,16 @@ static void loadObject(const QbSceneSlot* slot, int i, int reuseObjects) {
     if (slot->isExtra) qbObjectAttachToHolder(id);
     qbObjectSurfacesSet(id);
     setOpacity(scene, i, id);
+    return 0;
+}
+
+static void loadObject(const QbSceneSlot* slot, int i, int reuseObjects) {
+    static char name[MESH_NAME_SIZE];
+    const QbObjectInfo* info = slot->scene->objectInfo;
+    if (info->isNull(slot->scene, i)) return;
+    // The next name asked for overwrites the scene's buffer.
+    copyText(name, info->meshFileName(slot->scene, i));
+    qbUnlessOutOfMemory(name, -1, [=] { return fillObject(slot, i, name, reuseObjects); });
 }
 
 static void loadLight(QbSceneHandle* scene, int i, int id) {
@@ -232,12 +239,8 @@ static void loadEmitters(const QbSceneSlot* slot, int number) {
     }
 }
 
-int qbSceneLoad(const char* filename, int slot, int firstObject, int firstLight, int firstEmitter,
-                int reuseObjects, const char* directory, int isExtra) {
-    if (slot < 0 || slot >= QB_SCENE_SLOTS) return -1;
-    qbSceneFree(slot);
-    QbSceneSlot* record = &slots[static_cast<size_t>(slot)];
-    record->isExtra = isExtra;
+static int loadScene(const char* filename, QbSceneSlot* record, int slot, int firstObject, int firstLight,
+                     int firstEmitter, int reuseObjects, const char* directory) {
     record->scene = qbSceneOpen(filename);
     if (!record->scene) return -1;
 
@@ -245,21 +248,35 @@ int qbSceneLoad(const char* filename, int slot, int firstObject, int firstLight,
     copyText(record->directory, directory);
     record->loaded = 1;
     record->firstObject = firstObject;
+    record->firstLight = firstLight;
+    record->firstEmitter = firstEmitter;
     const int objects = record->scene->objectInfo->count(record->scene);
     for (int i = 0; i < objects; i++)
         loadObject(record, i, reuseObjects);
 
-    record->firstLight = firstLight;
     const int lights = record->isExtra ? 0 : record->scene->lightInfo->count(record->scene);
     for (int i = 0; i < lights; i++)
         loadLight(record->scene, i, firstLight + i);
 
-    record->firstEmitter = firstEmitter;
     loadEmitters(record, slot);
 
     qbSceneStop(slot);
     qbSceneUpdate(slot, 0);
     return 0;
+}
+
+int qbSceneLoad(const char* filename, int slot, int firstObject, int firstLight, int firstEmitter,
+                int reuseObjects, const char* directory, int isExtra) {
+    if (slot < 0 || slot >= QB_SCENE_SLOTS) return -1;
+    qbSceneFree(slot);
+    QbSceneSlot* record = &slots[static_cast<size_t>(slot)];
+    record->isExtra = isExtra;
+    const int result = qbUnlessOutOfMemory(filename, -1, [=] {
+        return loadScene(filename, record, slot, firstObject, firstLight, firstEmitter, reuseObjects,
+                         directory);
+    });
+    if (result != 0) qbSceneFree(slot);
+    return result;
 }
 
 void qbSceneFree(int slot) {
