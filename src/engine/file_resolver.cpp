@@ -27,7 +27,9 @@ static bool isNoData(const io::path& name) {
     std::string found;
     if (!qbPathResolve(name.c_str(), found) || found != name.c_str()) return false;
     std::error_code error;
-    return !qbPathIsFile(found) || std::filesystem::file_size(found, error) > FILE_SIZE_MAX;
+    if (!qbPathIsFile(found)) return true;
+    const uintmax_t size = std::filesystem::file_size(found, error);
+    return size == 0 || size > FILE_SIZE_MAX;
 }
 
 namespace {

@@ -32,7 +32,8 @@ TEST_F(FileResolverTest, OpensPlainFilesOnly) {
     std::filesystem::create_symlink("/dev/zero", "zero.png");
     ASSERT_EQ(mkfifo("pipe.png", 0600), 0);
     directory.write("holes.jpg");
+    directory.write("empty.jpg");
     std::filesystem::resize_file("holes.jpg", uintmax_t{1} << 40);
-    for (const char* name : {"directory.jpg", "zero.png", "pipe.png", "PIPE.png", "holes.jpg"})
+    for (const char* name : {"directory.jpg", "zero.png", "pipe.png", "PIPE.png", "holes.jpg", "empty.jpg"})
         EXPECT_EQ(qbEngineGet()->driver->getTexture(name), nullptr) << name;
 }
