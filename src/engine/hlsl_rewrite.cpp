@@ -610,5 +610,6 @@ bool hlslRewrite(HlslScan* scan) {
 
 bool hlslScan(std::string_view file, std::string_view text, HlslScan* scan) {
     scan->file = file;
-    return hlslTokenize(text, scan) && hlslPreprocess(scan) && hlslCheckShape(scan) && hlslRewrite(scan);
+    return hlslTokenize(text, scan) && hlslPreprocess(scan) && hlslCheckShape(scan) &&
+           hlslCheckGrowth(scan) && hlslRewrite(scan);
 }
