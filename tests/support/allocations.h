@@ -1,7 +1,7 @@
 #pragma once
 
-// Add support/allocations.cpp to the test's sources; to count and fail malloc, calloc and realloc of the code
-// under test as well, link it with ALLOCATIONS_WRAPPED (tests/CMakeLists.txt).
+// Add support/allocations.cpp to the test's sources. Linked with --wrap for malloc, calloc and realloc, it
+// fails those of the code under test as well, and of the static libraries.
 
 // Calls of operator new so far, of this thread.
 long allocationCount();
