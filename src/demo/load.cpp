@@ -105,10 +105,14 @@ struct NextScene {
 template <class Owner>
 static bool loadScene(const char* baseDir, Owner& owner, int isExtra, NextScene& next) {
     qbSetDirectory(baseDir);
-    qbSetDirectory(owner.directory);
+    const bool entered = qbSetDirectory(owner.directory) == 0;
     if (qbSceneLoad(owner.filename, next.slot, next.object, next.light, next.emitter, owner.reuseObjects,
-                    owner.directory, isExtra) != 0)
+                    owner.directory, isExtra) != 0) {
+        if (!entered)
+            qbMessage("There is no directory %s for the scene %s: correct it in the script", owner.directory,
+                      owner.filename);
         return false;
+    }
     owner.sceneSlot = next.slot;
     owner.firstObject = next.object;
     owner.firstLight = next.light;
