@@ -213,12 +213,17 @@ static std::string fullDirectory(const std::string& path) {
     return full;
 }
 
-static bool isToBePacked(const std::string& target, const Show& show) {
-    const QbPatternList lists[] = {show.data, show.music, qbLoadingPatterns()};
-    for (const QbPatternList& list : lists)
-        for (const std::string& file : qbPatternFiles(show.baseDir, list).files)
-            if (qbPathIsSame(target, file.starts_with('/') ? file : show.baseDir + file)) return true;
+static bool isMatched(const std::string& target, const std::string& baseDir, const QbPatternList& list) {
+    for (const std::string& file : qbPatternFiles(baseDir, list).files)
+        if (qbPathIsSame(target, file.starts_with('/') ? file : baseDir + file)) return true;
     return false;
+}
+
+static bool isToBePacked(const std::string& target, const Show& show) {
+    const char* program = qbProgramDirectory();
+    return isMatched(target, show.baseDir, show.data) || isMatched(target, show.baseDir, show.music) ||
+           isMatched(target, show.baseDir, qbLoadingPatterns()) ||
+           isMatched(target, program ? program : "", qbShaderPatterns());
 }
 
 // The full path; empty after a message.
