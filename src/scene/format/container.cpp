@@ -465,10 +465,6 @@ uint32_t qbIffWord(const QbFile* file, uint32_t position) {
     return wordIn(imageOf(file), position);
 }
 
-float qbIffFloat(const QbFile* file, uint32_t position) {
-    return std::bit_cast<float>(qbIffWord(file, position));
-}
-
 // The value behind type and name; empty when there is no name.
 static std::span<const uint8_t> propValue(const QbFile* file, uint32_t position, uint32_t size) {
     const std::span<const uint8_t> body = bodyOf(imageOf(file), position, size);
