@@ -2,6 +2,7 @@
 
 #include "platform/cabinet/cabinet.h"
 #include "platform/resource/resource.h"
+#include "platform/temporary.h"
 #include "support/in_process.h"
 #include "support/messages.h"
 #include "support/temporary_directory.h"
@@ -11,7 +12,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <set>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -145,8 +145,7 @@ TEST_F(Cabinet, UnpacksIntoNumberedDirectories) {
 }
 
 TEST_F(Cabinet, TakesTheWordOfTheNames) {
-    const std::string longest(255, 'w');
-    const std::string longer = longest + 'w';
+    const std::string longest(255, 'w'), longer = longest + 'w';
     for (const char* word : {"", "a/b", "a\\b", longer.c_str(), static_cast<const char*>(nullptr)})
         EXPECT_EQ(qbCabSetExtractDir(word), -1);
     EXPECT_EQ(qbCabSetExtractDir(longest.c_str()), 0);
@@ -155,8 +154,6 @@ TEST_F(Cabinet, TakesTheWordOfTheNames) {
     EXPECT_EQ(qbCabOpen(1, 500), 0);
     EXPECT_EQ(qbCabSetExtractDir("TheDemoExtractDir"), 0);
     EXPECT_EQ(names(), "Show.1 ");
-    EXPECT_EQ(qbCabClose(1), 0);
-    EXPECT_EQ(names(), "");
 }
 
 TEST_F(Cabinet, TellsWhyNothingWasUnpacked) {
@@ -266,24 +263,20 @@ TEST_F(Cabinet, LeavesTheDataOfACopyThatRunsBesideItAlone) {
 }
 
 TEST_F(Cabinet, RefusesTheHundredthCopy) {
-    std::vector<int> locks;
-    for (int copy = 1; copy <= 99; ++copy) {
-        const std::string path = pathOf("TheDemoExtractDir.1") + (copy > 1 ? '.' + std::to_string(copy) : "");
-        fs::create_directory(path);
-        locks.push_back(open(path.c_str(), O_RDONLY));
-        ASSERT_EQ(flock(locks.back(), LOCK_EX), 0);
-    }
+    const std::string first = pathOf("TheDemoExtractDir.1");
+    std::vector<QbHeldDirectory*> copies(99);
+    for (size_t i = 0; i < copies.size(); ++i)
+        ASSERT_EQ(qbDirectoryHold((i ? first + '.' + std::to_string(i + 1) : first).c_str(), &copies[i]), 0);
     EXPECT_EQ(qbCabOpen(1, 500), -1);
-    EXPECT_EQ(
-        messages.texts(),
-        std::vector<std::string>{pathOf("TheDemoExtractDir.1") +
-                                 " and the names behind it are taken by 99 running copies of the show: end "
-                                 "some of them."});
-    close(locks.back());
+    EXPECT_EQ(messages.texts(),
+              std::vector<std::string>{first + " and the names behind it are taken by 99 running copies of "
+                                               "the show: end some of them."});
+    qbDirectoryRemove(copies.back());
     EXPECT_EQ(qbCabOpen(1, 500), 0);
     EXPECT_EQ(names("TheDemoExtractDir.1.99"), "500 ");
-    for (const int lock : locks)
-        close(lock);
+    copies.pop_back();
+    for (QbHeldDirectory* copy : copies)
+        qbDirectoryRemove(copy);
 }
 
 // As where a library or a damaged file ends the process; rows that are not in use belong to it as well.

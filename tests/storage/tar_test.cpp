@@ -104,8 +104,7 @@ TEST_F(Tar, OpensArchivesOfAnyCount) {
 }
 
 TEST_F(Tar, ReadsWhatACutArchiveHas) {
-    const std::string whole = header("a", "20") + content(512) + header("b", "1");
-    directory.write("cut.tar", whole.substr(0, 512 + 11));
+    directory.write("cut.tar", header("a", "20") + content(11));
     ASSERT_EQ(open("cut.tar"), 0);
     EXPECT_EQ(printed, "getheader: failed to read at 0400\n");
     const File file(tarlib_arch_fopen(&arch, "a", "rb"), tarlib_fclose);
@@ -113,11 +112,6 @@ TEST_F(Tar, ReadsWhatACutArchiveHas) {
     EXPECT_EQ(tarlib_fread(bytes, 4, 4, file.get()), 2U);
     EXPECT_EQ(tarlib_ftell(file.get()), 8) << "the part of an item before the cut stays unread";
     EXPECT_EQ(tarlib_fread(bytes, 1, 16, file.get()), 3U);
-    for (const size_t missing : {12, 13}) { // the last twelve bytes of a header are not looked at
-        directory.write("cut.tar", whole.substr(0, whole.size() - missing));
-        ASSERT_EQ(open("cut.tar"), 0);
-        EXPECT_EQ(arch.count, missing == 12 ? 2 : 1);
-    }
 }
 
 TEST_F(Tar, ReadsWithinAnEntry) {
