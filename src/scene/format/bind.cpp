@@ -36,7 +36,8 @@ struct Lookup {
     GroupIndex groups; // at the top level
     std::unordered_map<const QbChannelGroup*, GroupIndex> children;
     std::unordered_map<const QbChannelGroup*, ChannelIndex> channels;
-    bool isLossReported; // once for each scene: all its surfaces may share what is too much
+    const char* sceneName; // for messages
+    bool isLossReported;   // once for each scene: all its surfaces may share what is too much
 };
 
 constexpr const char* MOTION_NAMES[9] = {"Position.X", "Position.Y", "Position.Z", "Rotation.H", "Rotation.P",
@@ -189,7 +190,8 @@ std::string_view nodeText(std::string_view name) {
 }
 
 void reportLoss(Lookup& lookup, const QbSurface& surface, const QbChannelGroup& node, const char* what) {
-    if (!lookup.isLossReported) qbMessage("Surface \"%s\": \"%s\" %s", surface.name, node.name, what);
+    if (!lookup.isLossReported)
+        qbMessage("%s: surface \"%s\": \"%s\" %s", lookup.sceneName, surface.name, node.name, what);
     lookup.isLossReported = true;
 }
 
@@ -286,6 +288,7 @@ uint32_t qbFindChannel(const QbChannelGroup* group, const char* name) {
 
 int qbSceneBindChannels(QbScene* scene) {
     Lookup lookup = {};
+    lookup.sceneName = scene->globals->fileName ? scene->globals->fileName : "A scene";
     lookup.groups = indexGroups({scene->groups, static_cast<size_t>(scene->groupCount)});
     const SceneObjectIndex sceneObjects = indexSceneObjects(*scene);
     const QbChannelGroup* global = find(lookup.groups, "Global");

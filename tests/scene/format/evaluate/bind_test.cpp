@@ -101,7 +101,7 @@ TEST_F(BindTest, ReadsShaderNodesAndCutsWhatDoesNotFit) {
         EXPECT_EQ(s.shaderParams[1].name, std::string(67, 'p'));
         EXPECT_EQ(at(s.shaderParams[9].channel), 9);
         EXPECT_EQ((&s)[1].group, nullptr) << "another scene object's surface";
-        const std::string cut = "Surface \"S\": \"ShaderVertexFunction:" + n63 +
+        const std::string cut = "A scene: surface \"S\": \"ShaderVertexFunction:" + n63 +
                                 "\" is too long and is cut: a shader's file and functions have at most 63 "
                                 "characters, its parameters 67";
         EXPECT_EQ(Messages::texts(), std::vector(extra, cut)) << "once, whatever else does not fit";
@@ -110,11 +110,11 @@ TEST_F(BindTest, ReadsShaderNodesAndCutsWhatDoesNotFit) {
     std::string nodes = group("ShaderPixelFunction:p", "");
     for (int i = 0; i < 11; i++)
         nodes += group("ShaderParam:p" + std::to_string(i), "");
-    read(top("SOBJ", name("o") + nested("SURF", name("S"))) +
+    read(top("SCEN", fnam("ville.lws")) + top("SOBJ", name("o") + nested("SURF", name("S"))) +
          topGroup("Surfaces", group("o", group("S", group("Nodes", nodes)))));
     EXPECT_EQ(scene->sceneObjects[0].surfaces[0].hasShader, 0) << "a function alone is no shader";
     const std::string wanted =
-        "Surface \"S\": \"ShaderParam:p10\" is one parameter too many: a shader takes 10, "
+        "ville.lws: surface \"S\": \"ShaderParam:p10\" is one parameter too many: a shader takes 10, "
         "the others are left out";
     EXPECT_EQ(Messages::texts(), std::vector{wanted});
 }
