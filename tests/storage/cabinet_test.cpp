@@ -231,7 +231,7 @@ TEST_F(Cabinet, SaysWhyTheDirectoryCanNotBeHad) {
 
 TEST_F(Cabinet, GoesOnWithWhatAKilledRunLeft) {
     const int killed =
-        inProcess([] { return qbCabOpen(1, 503) | qbCabOpen(2, 503) | kill(getpid(), SIGKILL); });
+        inProcess([] { return qbCabOpen(1, 503) || qbCabOpen(2, 503) || kill(getpid(), SIGKILL); });
     ASSERT_TRUE(WIFSIGNALED(killed));
     EXPECT_EQ(names(), "TheDemoExtractDir.1 TheDemoExtractDir.2 ");
     directory.write("TheDemoExtractDir.1.2/of a copy");
