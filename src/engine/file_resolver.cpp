@@ -1,10 +1,17 @@
 #include "engine/file_resolver.h"
 
+#include "engine/picture_check.h"
+#include "platform/file_bytes.h"
+#include "platform/message.h"
 #include "platform/path.h"
 
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <irrlicht/irrlicht.h>
+#include <memory>
+#include <new>
+#include <set>
 #include <string>
 #include <system_error>
 
@@ -22,14 +29,17 @@ static bool findOtherSpelling(const io::path& name, std::string& found) {
 }
 
 // Irrlicht would wait for ever on a pipe, read a device without end, and take room for the size that a
-// directory or a file of holes has. Other spellings lead to the exact name, which is asked for then.
-static bool isNoData(const io::path& name) {
-    std::string found;
-    if (!qbPathResolve(name.c_str(), found) || found != name.c_str()) return false;
+// directory or a file of holes has.
+static bool isNoData(const std::string& path) {
     std::error_code error;
-    if (!qbPathIsFile(found)) return true;
-    const uintmax_t size = std::filesystem::file_size(found, error);
-    return size == 0 || size > FILE_SIZE_MAX;
+    if (!qbPathIsFile(path)) return true;
+    return std::filesystem::file_size(path, error) > FILE_SIZE_MAX;
+}
+
+// False for a file that does not open.
+static bool readFile(const std::string& path, std::string& bytes) {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(qbPathOpen(path.c_str(), "rb"), &std::fclose);
+    return file && qbFileBytes(file.get(), FILE_SIZE_MAX, bytes) == 0 && bytes.size() <= FILE_SIZE_MAX;
 }
 
 namespace {
@@ -61,21 +71,42 @@ public:
     explicit ResolverArchive(io::IFileSystem* system) : fileSystem(system) {}
 
     io::IReadFile* createAndOpenFile(const io::path& name) override {
-        // Not empty: the engine's JPEG reader looks at the first bytes whatever the size.
-        static char nothing[16] = "";
-        if (isNoData(name)) return fileSystem->createMemoryReadFile(nothing, sizeof(nothing), name);
-        std::string found;
-        if (!findOtherSpelling(name, found)) return nullptr;
+        std::string path, bytes;
+        if (!qbPathResolve(name.c_str(), path)) return nullptr;
+        if (path != name.c_str() && !qbPathIsFile(path)) return nullptr;
+        if (isNoData(path)) return openNothing();
+        if (!readFile(path, bytes)) return nullptr;
         // Textures are cached under the name of their file: only the full one tells directories apart.
-        return fileSystem->createAndOpenFile(fileSystem->getAbsolutePath(found.c_str()));
+        const io::path fullName = fileSystem->getAbsolutePath(path.c_str());
+        const char* problem = qbPictureCheck(fullName.c_str(), bytes);
+        if (!problem) return openBytes(fullName, bytes);
+        if (refused.insert(fullName.c_str()).second)
+            qbMessage("The picture '%.512s' %s", fullName.c_str(), problem);
+        return openNothing();
     }
 
     io::IReadFile* createAndOpenFile(u32) override { return nullptr; }
     const io::IFileList* getFileList() const override { return &list; }
 
 private:
+    // What no reader takes, under a name that none of them looks for. Not empty: some look at the first and
+    // the last bytes whatever the size.
+    io::IReadFile* openNothing() {
+        static char nothing[32] = "";
+        return fileSystem->createMemoryReadFile(nothing, sizeof(nothing), "nothing");
+    }
+
+    // The very bytes that were checked, whatever happens to the file meanwhile.
+    io::IReadFile* openBytes(const io::path& name, const std::string& bytes) {
+        std::unique_ptr<char[]> copy(new (std::nothrow) char[bytes.size()]);
+        if (!copy) return openNothing();
+        bytes.copy(copy.get(), bytes.size());
+        return fileSystem->createMemoryReadFile(copy.release(), static_cast<s32>(bytes.size()), name, true);
+    }
+
     io::IFileSystem* fileSystem; // owns this archive
     ResolverList list;
+    std::set<std::string> refused; // pictures, told of once
 };
 
 } // namespace
