@@ -205,6 +205,7 @@ TEST_F(ShaderGpu, AssemblerProgramsReceiveRegisters) {
         Texel wanted;
     } table[] = {
         {"//float4x4 M : WorldViewProjection; 2", "", {3, 5, 7, 1}}, // of (2, 3, 4, 1), moved by (1, 2, 3)
+        {"//float4x4 M : WorldViewProjectionTranspose; 2", "", {2, 3, 4, 21}},
         {"//float4x4 M : World; 2", "", {0, 0, 0, 0}},
         {"", "//float4 V : 1,2,3,4; 7", {1, 2, 3, 4}},
         {"", "//float V : ZFarValue; 7", {101, 0, 0, 0}},
@@ -235,11 +236,15 @@ TEST_F(ShaderGpu, AssemblerProgramsReceiveRegisters) {
         driver->setTransform(video::ETS_WORLD, world);
         draw(shader);
         expectSeen(row.wanted, 0.005F);
+
+        QbIrrShader* other = qbIrrShaderCreate("pair", nullptr);
+        ASSERT_EQ(qbIrrShaderSetupGpuMaterial(other), 0);
+        EXPECT_NE(other->materialType, shader->materialType) << "no pair shares its registers";
     }
 }
 
 TEST_F(ShaderGpu, CubeMapsTakeSixEqualSquares) {
-    const u32 edges[][2] = {{1, 1}, {3, 4}, {64, 64}, {65, 64}, {250, 128}};
+    const u32 edges[][2] = {{1, 1}, {3, 4}, {63, 64}, {65, 64}, {250, 128}};
     for (const auto& edge : edges)
         EXPECT_EQ(cube(std::to_string(edge[0]).c_str(), edge[0])->getSize().Width, edge[1]) << edge[0];
     EXPECT_EQ(cube("65", 8), cube("65", 16));
