@@ -254,5 +254,10 @@ TEST_F(Surfaces, LookUpSkiesInCubeMaps) {
     EXPECT_EQ(qbSurfaceLoadCubeMap("sky"), nullptr);
     EXPECT_EQ(Messages::texts(),
               (Texts{"Fail to create cube map for 'odd.png'\n", "CubeMap: Fail to load 'sky00.'\n"}));
-    EXPECT_EQ(qbSurfaceLoadCubeMap("skies/day.png"), qbSurfaceLoadCubeMap("skies/day.png"));
+    const ITextureCUBE* here = qbSurfaceLoadCubeMap("skies/day.png");
+    EXPECT_EQ(qbSurfaceLoadCubeMap("skies/day.png"), here);
+    std::filesystem::create_directories("More");
+    std::filesystem::copy("Skies", "More/Skies");
+    std::filesystem::current_path("More");
+    EXPECT_NE(qbSurfaceLoadCubeMap("skies/day.png"), here) << "another directory, another sky";
 }
