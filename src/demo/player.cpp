@@ -8,6 +8,7 @@
 #include "engine/engine.h"
 #include "engine/fader.h"
 #include "materials/camera_shaders.h"
+#include "platform/span.h"
 #include "scene/runtime/slots.h"
 
 #include <algorithm>
@@ -214,6 +215,7 @@ static void stepTimeline(Player& player) {
 
 void qbDemoGetReady() {
     qbEngineWarmUp();
+    const QbSpan span("pause");
     qbEngineSleep(START_PAUSE);
 }
 
@@ -224,6 +226,7 @@ int qbDemoPlay(QbDemo* demo) {
     while (!qbEngineIsOver()) {
         const int now = qbEngineTime();
         player.elapsed = timeBetween(player.base, now);
+        const QbSpan span("frame");
         if (!stepPart(player, now)) break;
         stepTimeline(player);
         if (demoObserver) demoObserver(demo, player.partIndex, player.elapsed);

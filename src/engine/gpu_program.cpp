@@ -3,6 +3,7 @@
 #include "engine/cube_map.h"
 #include "engine/engine.h"
 #include "engine/hlsl.h"
+#include "platform/span.h"
 
 #include <algorithm>
 #include <array>
@@ -125,6 +126,7 @@ static int createHlsl(const QbGpuSource& source, video::IGPUProgrammingServices*
     takeLayers(program);
     if (!program->isDirect3D && !layersAgree(source, *program, errors)) return -1;
 
+    const QbSpan span("shaders: driver");
     const bool own = program->isDirect3D;
     const int type = services->addHighLevelShaderMaterial(
         own ? source.vertexText : translated.vertex.glsl.c_str(), own ? source.vertexMain : "main",

@@ -3,6 +3,7 @@
 #include "engine/camera.h"
 #include "engine/lights.h"
 #include "platform/message.h"
+#include "platform/span.h"
 #include "platform/text.h"
 #include "scene/runtime/fx_emitters.h"
 #include "scene/runtime/objects.h"
@@ -238,13 +239,18 @@ static void loadEmitters(const QbSceneSlot* slot, int number) {
     }
 }
 
+static QbSceneHandle* openScene(const char* filename) {
+    const QbSpan span("scene files");
+    return qbSceneOpen(filename);
+}
+
 int qbSceneLoad(const char* filename, int slot, int firstObject, int firstLight, int firstEmitter,
                 int reuseObjects, const char* directory, int isExtra) {
     if (slot < 0 || slot >= QB_SCENE_SLOTS) return -1;
     qbSceneFree(slot);
     QbSceneSlot* record = &slots[static_cast<size_t>(slot)];
     record->isExtra = isExtra;
-    record->scene = qbSceneOpen(filename);
+    record->scene = openScene(filename);
     if (!record->scene) return -1;
 
     // From here on the slot is searched for meshes: later objects share those of earlier ones.
