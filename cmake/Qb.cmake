@@ -18,6 +18,13 @@ if(QB_SANITIZE)
                                               -fno-omit-frame-pointer -g1)
     target_link_options(qb_flags INTERFACE -fsanitize=address,undefined)
 endif()
+if(QB_FUZZ)
+    # The compiler of every day judges warnings; Clang warns of other things. The checks of pointers that are left to
+    # AddressSanitizer and to the sanitized tests would be most of all edges, and never taken.
+    target_compile_options(qb_flags INTERFACE -w -O1 -g1 -fno-omit-frame-pointer -fsanitize=address,undefined
+                                              -fno-sanitize=null,alignment,pointer-overflow -fno-sanitize-recover=all)
+    target_link_options(qb_flags INTERFACE -fsanitize=address,undefined)
+endif()
 
 # Puts a link <build>/include/<target>/<folder> -> <source folder> in place and names that root.
 function(qb_include_root target folder root)
@@ -74,6 +81,10 @@ function(qb_library target)
     # A static library's private links reach the final link line, but not the include paths of its users.
     target_include_directories(${target} PUBLIC ${root})
     target_link_libraries(${target} PRIVATE qb_flags ${ARG_USES} ${ARG_LINK})
+    if(QB_FUZZ AND NOT target STREQUAL platform)
+        # Not the services below everything: paths and messages are no input, and would only blur the coverage.
+        target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
+    endif()
     qb_choose_standard(${target} ${ARG_LINK})
     qb_check_headers(${target} ${folder} "${headers}" "${ARG_USES};${ARG_LINK}")
 endfunction()
@@ -122,4 +133,32 @@ function(qb_test name)
     endif()
     set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT
         "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0;${ARG_ENVIRONMENT}")
+endfunction()
+
+# qb_fuzz(<name> [SOURCES ...] [USES ...] [FAKES ...] [LINK ...])
+# A function LLVMFuzzerTestOneInput in <name>.cpp (and SOURCES). With QB_FUZZ (Clang only) it becomes a libFuzzer program
+# <build>/fuzz/<name>, which ./fuzz runs. Without, it becomes a test that gives it each file of tests/fuzz/corpus/<name>/.
+# USES, FAKES and LINK as for qb_test. The coverage that ./fuzz tells counts src/ alone, so sources of src/ that a target
+# compiles for itself are instrumented and the target is not.
+function(qb_fuzz name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;USES;FAKES;LINK" ${ARGN})
+    add_executable(${name} ${name}.cpp ${ARG_SOURCES})
+    target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+    target_link_libraries(${name} PRIVATE qb_flags fuzz_support ${ARG_USES} ${ARG_LINK})
+    foreach(fake ${ARG_FAKES})
+        target_include_directories(${name} PRIVATE $<TARGET_PROPERTY:${fake},INTERFACE_INCLUDE_DIRECTORIES>)
+    endforeach()
+    qb_choose_standard(${name} ${ARG_LINK})
+    if(QB_FUZZ)
+        target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+        list(FILTER ARG_SOURCES INCLUDE REGEX ^${CMAKE_SOURCE_DIR}/src/)
+        set_property(SOURCE ${ARG_SOURCES} PROPERTY COMPILE_OPTIONS -fsanitize=fuzzer-no-link)
+        set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/fuzz)
+        add_dependencies(fuzz_targets ${name})
+        return()
+    endif()
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+    add_test(NAME ${name} COMMAND ${name} ${CMAKE_SOURCE_DIR}/tests/fuzz/corpus/${name})
+    set_tests_properties(${name} PROPERTIES LABELS fuzz TIMEOUT 120 ENVIRONMENT
+        "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0")
 endfunction()

@@ -1,4 +1,4 @@
-# What ./play and ./test share. Source it from the top of the tree.
+# What ./play, ./test and ./fuzz share. Source it from the top of the tree.
 
 say() { printf '\n== %s\n' "$*"; }
 
@@ -9,6 +9,7 @@ BUILD_PACKAGES="g++ cmake ninja-build pkg-config libirrlicht-dev libiniparser-de
     glslang-dev spirv-tools libspirv-cross-c-shared-dev libmspack-dev"
 RUN_PACKAGES="xvfb x11-utils libgl1-mesa-dri gstreamer1.0-plugins-base gstreamer1.0-plugins-good gcab"
 TEST_PACKAGES="clang-format libgtest-dev libbenchmark-dev xdotool assimp-testmodels ffmpeg gstreamer1.0-plugins-bad git"
+FUZZ_PACKAGES="clang libclang-rt-dev llvm"
 
 # Installs those of the named packages that are missing.
 install_missing() {

@@ -1,8 +1,11 @@
+#include "platform/memory.h"
 #include "scene/format/container.h"
 #include "scene/format/dump.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 // Prints a scene file as indented text.
 
@@ -11,7 +14,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "Usage: %s [> dump.dat] scene.quab\n", argc > 0 ? argv[0] : "dumpquab");
         return EXIT_FAILURE;
     }
-    QbFile* file = qbIffLoad(argv[1]);
+    QbFile* file = qbUnlessOutOfMemory<QbFile*>(argv[1], nullptr, [argv] { return qbIffLoad(argv[1]); });
     if (!file) {
         std::fprintf(stderr, "Cannot open file %s", argv[1]);
         return -1;
@@ -20,5 +23,7 @@ int main(int argc, char** argv) {
     qbIffSetFileName(argv[1]);
     const int result = qbIffReadFile(file);
     qbFileClose(file);
-    return result;
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return result;
+    std::fprintf(stderr, "The dump can not be written: %s\n", std::strerror(errno));
+    return -1;
 }

@@ -1,5 +1,6 @@
 #include "demo/demo.h"
 
+#include "platform/memory.h"
 #include "platform/message.h"
 #include "storage/ini.h"
 
@@ -156,20 +157,23 @@ static bool readScript(dictionary* ini, const char* path, QbDemo& demo) {
     return demo.partCount > 0;
 }
 
+static int parse(QbDemo* demo, const char* path) {
+    const std::unique_ptr<dictionary, decltype(&iniparser_freedict)> ini(qbIniLoad(path), iniparser_freedict);
+    if (!ini) {
+        qbMessage("Fail to parse ini");
+        return -1;
+    }
+    return readScript(ini.get(), path, *demo) ? 0 : -1;
+}
+
 int qbDemoParse(QbDemo* demo, const char* path) {
     memset(demo, 0, sizeof(*demo));
     if (!path) {
         qbMessage("Fail to load %s", "(null)");
         return -1;
     }
-    const std::unique_ptr<dictionary, decltype(&iniparser_freedict)> ini(qbIniLoad(path), iniparser_freedict);
-    if (!ini) {
-        qbMessage("Fail to parse ini");
-        return -1;
-    }
-    if (!readScript(ini.get(), path, *demo)) {
+    const int result = qbUnlessOutOfMemory(path, -1, [=] { return parse(demo, path); });
+    if (result != 0)
         memset(demo, 0, sizeof(*demo)); // half a script must not pass for one with scenes to free
-        return -1;
-    }
-    return 0;
+    return result;
 }

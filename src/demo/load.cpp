@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <span>
 #include <string>
 #include <vector>
@@ -21,6 +22,17 @@
 // "directory/name". A script that names no directory means its own, never the root of the disk.
 static std::string dataPath(const char* directory, const char* name) {
     return std::string(*directory ? directory : ".") + '/' + name;
+}
+
+// The result of `work`; -1 after the text when memory runs out on the way.
+template <class Work>
+static int orNoMemory(const char* text, const Work& work) {
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+        qbMessage("%s", text);
+        return -1;
+    }
 }
 
 // --- loading --------------------------------------------------------------------------------------------
@@ -45,7 +57,7 @@ static std::string enterScriptDirectory(const char* path) {
     return qbCurrentDirectory();
 }
 
-int qbDemoLoad(QbDemo* demo, const char* path, int shadersEnabled) {
+static int loadDemo(QbDemo* demo, const char* path, int shadersEnabled) {
     if (qbDemoParse(demo, path) != 0) return -1;
     if (qbDemoPrepare(demo) != 0) {
         qbMessage("Failed to prepare");
@@ -76,6 +88,11 @@ int qbDemoLoad(QbDemo* demo, const char* path, int shadersEnabled) {
     return 0;
 }
 
+int qbDemoLoad(QbDemo* demo, const char* path, int shadersEnabled) {
+    return orNoMemory("qbDemoLoad: Failed to malloc mem for defdir\n",
+                      [=] { return loadDemo(demo, path, shadersEnabled); });
+}
+
 namespace {
 
 // What the next scene of the demo takes: ids run end to end through all scenes.
@@ -89,10 +106,14 @@ struct NextScene {
 template <class Owner>
 static bool loadScene(const char* baseDir, Owner& owner, int isExtra, NextScene& next) {
     qbSetDirectory(baseDir);
-    qbSetDirectory(owner.directory);
+    const bool entered = qbSetDirectory(owner.directory) == 0;
     if (qbSceneLoad(owner.filename, next.slot, next.object, next.light, next.emitter, owner.reuseObjects,
-                    owner.directory, isExtra) != 0)
+                    owner.directory, isExtra) != 0) {
+        if (!entered)
+            qbMessage("There is no directory %s for the scene %s: correct it in the script", owner.directory,
+                      owner.filename);
         return false;
+    }
     owner.sceneSlot = next.slot;
     owner.firstObject = next.object;
     owner.firstLight = next.light;
@@ -133,7 +154,7 @@ int qbDemoLoadScenes(QbDemo* demo, const char* baseDir) {
     return result;
 }
 
-int qbDemoLoadMusics(QbDemo* demo) {
+static int loadMusics(QbDemo* demo) {
     const QbSpan span("music");
     int id = 1;
     for (QbDemoPart& part : qbDemoParts(demo)) {
@@ -148,7 +169,11 @@ int qbDemoLoadMusics(QbDemo* demo) {
     return 0;
 }
 
-int qbDemoLoadPalettes(QbDemo* demo) {
+int qbDemoLoadMusics(QbDemo* demo) {
+    return orNoMemory("qbDemoLoadMusics: Failed to malloc mem for path\n", [=] { return loadMusics(demo); });
+}
+
+static int loadPalettes(QbDemo* demo) {
     int id = 1;
     for (QbDemoPart& part : qbDemoParts(demo)) {
         if (!part.palette[0]) continue;
@@ -162,6 +187,11 @@ int qbDemoLoadPalettes(QbDemo* demo) {
             qbPaletteSetEntry(part.paletteId, part.paletteChannel, part.paletteValue);
     }
     return 0;
+}
+
+int qbDemoLoadPalettes(QbDemo* demo) {
+    return orNoMemory("qbDemoLoadPalettes: Failed to malloc mem for path\n",
+                      [=] { return loadPalettes(demo); });
 }
 
 // --- shader windows -------------------------------------------------------------------------------------
@@ -190,7 +220,7 @@ static void shareShaderIds(QbDemo* demo, std::span<QbDemoShader* const> table) {
     }
 }
 
-int qbDemoLoadShaders(QbDemo* demo) {
+static int loadShaders(QbDemo* demo) {
     const std::vector<QbDemoShader*> table = distinctShaders(demo);
     int id = 1;
     for (QbDemoShader* shader : table) {
@@ -207,6 +237,11 @@ int qbDemoLoadShaders(QbDemo* demo) {
         return -1;
     }
     return 0;
+}
+
+int qbDemoLoadShaders(QbDemo* demo) {
+    return orNoMemory("qbDemoLoadShaders: Failed to malloc mem for path\n",
+                      [=] { return loadShaders(demo); });
 }
 
 // --- releasing ------------------------------------------------------------------------------------------

@@ -1,6 +1,7 @@
 #include "demo/music.h"
 
 #include "engine/engine.h"
+#include "platform/memory.h"
 #include "platform/music/music_player.h"
 
 #include <cstdio>
@@ -27,7 +28,8 @@ int qbMusicLoad(const char* path, int id) {
         delete music;
         return -1;
     }
-    qbMusicPlayerLoad(music->player, path); // a tune that can not be played is silent
+    // A tune that can not be played is silent.
+    qbUnlessOutOfMemory(path, -1, [=] { return qbMusicPlayerLoad(music->player, path); });
     return 0;
 }
 

@@ -8,6 +8,7 @@
 #include "engine/engine.h"
 #include "engine/fader.h"
 #include "materials/camera_shaders.h"
+#include "platform/message.h"
 #include "platform/span.h"
 #include "scene/runtime/slots.h"
 
@@ -237,7 +238,10 @@ int qbDemoPlay(QbDemo* demo) {
 
 int qbDemoRun(const char* path, int shadersEnabled) {
     const std::unique_ptr<QbDemo> demo(new (std::nothrow) QbDemo{});
-    if (!demo) return -1;
+    if (!demo) {
+        qbMessage("%.512s: out of memory", path);
+        return -1;
+    }
     const int result = qbDemoLoad(demo.get(), path, shadersEnabled);
     if (result == 0) {
         qbDemoGetReady();

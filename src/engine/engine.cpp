@@ -244,7 +244,9 @@ int qbEngineClose() {
 
 int qbEngineIsOver() {
     qbEventReceiver()->BeginFrame();
-    if (!engine.device || !engine.device->run() || qbWindowLost() || qbProcessEndAsked()) return 1;
+    // Irrlicht drops the event that tells of a lost window.
+    if (!engine.device || qbWindowLost() || !engine.device->run() || qbWindowLost() || qbProcessEndAsked())
+        return 1;
     return qbEventReceiver()->IsKeyDown(KEY_ESCAPE);
 }
 
@@ -261,7 +263,7 @@ void qbEngineRestore() {
 }
 
 void qbEngineDrawFrame() {
-    if (!engine.device) return;
+    if (!engine.device || qbWindowLost()) return;
     qbClockStep();
     if (engine.lightPrePass && rendererCreated)
         renderer->drawFrame();
@@ -271,7 +273,7 @@ void qbEngineDrawFrame() {
 
 void qbEngineWarmUp() {
     const QbSpan span("warm up");
-    if (engine.device && rendererCreated && renderer->warmUp) renderer->warmUp();
+    if (engine.device && !qbWindowLost() && rendererCreated && renderer->warmUp) renderer->warmUp();
 }
 
 void qbEngineSetBackground(uint32_t color) {

@@ -40,9 +40,11 @@ class QbGpuProgram {
 public:
     bool isDirect3D = false;
     bool isReady = false; // what is sent once has been sent
+    bool isUsed = false;  // the driver's constants may hold something
     int baseMaterial = 0;
     std::vector<Constant> constants;
-    std::vector<float> held;     // what the constants hold, elements and rows without gaps
+    std::vector<float> initial;  // what the constants begin as, elements and rows without gaps
+    std::vector<float> held;     // what they hold
     std::vector<GLint> integers; // room to convert any of the integer constants
     std::vector<QbHlslSampler> samplers;
     std::array<const ITextureCUBE*, QB_GPU_LAYERS_MAX> cubeMaps{};
@@ -107,14 +109,23 @@ static void takeLayers(QbGpuProgram* program) {
         }
 }
 
+static QbHlslSource hlslSource(const QbGpuSource& source) {
+    return {source.file, source.vertexText, source.pixelText, source.vertexMain, source.pixelMain};
+}
+
+void qbGpuProgramsPrepare(const std::vector<QbGpuSource>& sources) {
+    std::vector<QbHlslSource> texts;
+    for (const QbGpuSource& source : sources)
+        if (source.highLevel) texts.push_back(hlslSource(source));
+    qbHlslTranslateAhead(texts.data(), texts.size());
+}
+
 static int createHlsl(const QbGpuSource& source, video::IGPUProgrammingServices* services,
                       video::IShaderConstantSetCallBack* callback, QbGpuProgram* program,
                       std::string* errors) {
     QbHlslProgram translated;
     // Direct3D compiles the author's text itself; the translation then tells errors and constants.
-    const QbHlslSource text{source.file, source.vertexText, source.pixelText, source.vertexMain,
-                            source.pixelMain};
-    if (qbHlslTranslate(text, &translated) != 0) {
+    if (qbHlslTranslate(hlslSource(source), &translated) != 0) {
         for (const QbHlslError& error : translated.errors)
             *errors += qbHlslErrorText(error) + "\n";
         return -1;
@@ -125,6 +136,7 @@ static int createHlsl(const QbGpuSource& source, video::IGPUProgrammingServices*
     takeSamplers(translated.pixel, program);
     takeLayers(program);
     if (!program->isDirect3D && !layersAgree(source, *program, errors)) return -1;
+    program->initial = program->held;
 
     const QbSpan span("shaders: driver");
     const bool own = program->isDirect3D;
@@ -300,10 +312,11 @@ static void sendOnce(QbGpuProgram* program) {
     const GLuint id = static_cast<GLuint>(current);
     for (Constant& constant : program->constants) {
         constant.location = glGetUniformLocation(id, constant.glslName.c_str());
-        if (constant.initialised) upload(program, constant);
+        if (constant.initialised || program->isUsed) upload(program, constant);
     }
     for (const QbHlslSampler& sampler : program->samplers)
         sendLayers(id, sampler);
+    program->isUsed = true;
 }
 
 static void bindCubeMaps(const QbGpuProgram& program) {
@@ -347,6 +360,12 @@ void qbGpuProgramUse(QbGpuProgram* program, video::IMaterialRendererServices* se
     unbindEmptyLayers(empty);
     // Where the engine believes to be.
     glActiveTexture(GL_TEXTURE0);
+}
+
+void qbGpuProgramReset(QbGpuProgram* program) {
+    program->isReady = false;
+    program->held = program->initial;
+    program->cubeMaps = {};
 }
 
 void qbGpuProgramSetCubeMap(QbGpuProgram* program, int layer, const ITextureCUBE* texture) {

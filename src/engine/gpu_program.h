@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 // GPU programs as materials of the engine, and their constants by location. The one place that knows which
 // language the driver speaks.
@@ -36,6 +37,9 @@ struct QbGpuProgramDeleter {
 };
 using QbGpuProgramPtr = std::unique_ptr<QbGpuProgram, QbGpuProgramDeleter>;
 
+// Begins in threads what qbGpuProgramCreate will be asked for, best in this order. The texts are copied.
+void qbGpuProgramsPrepare(const std::vector<QbGpuSource>& sources);
+
 // Compiles both programs into a material type of the open device. -1 on failure, with one line a reason in
 // `errors`: "file(line,column): reason" in the author's line numbers. `callback` is held by the material and
 // called at each draw; `program` must live as long as it.
@@ -48,6 +52,9 @@ int qbGpuProgramCreate(const QbGpuSource& source, irr::video::IShaderConstantSet
 // 0, 1, and so do cube samplers without a cube map.
 void qbGpuProgramUse(QbGpuProgram* program, irr::video::IMaterialRendererServices* services,
                      unsigned emptyLayers);
+
+// All constants begin anew, as their initialiser or as 0. The cube maps are taken away.
+void qbGpuProgramReset(QbGpuProgram* program);
 
 // A constant of an HLSL program by the author's name (letter case counts); to be kept by the caller. -1: the
 // compiled program does not use it. Assembly knows no names: always -1.

@@ -80,8 +80,9 @@ private:
     std::vector<HlslToken> in_;
     HlslReader read_;
     std::unordered_set<std::string_view> functions_;
-    std::unordered_set<std::string_view> names_;                     // of global variables
-    std::vector<HlslNamedValue> known_;                              // constants so far
+    std::unordered_set<std::string_view> names_; // of global variables
+    std::vector<HlslNamedValue> known_;          // constants so far
+    size_t valuesLeft_ = HLSL_VALUES_MAX;
     std::unordered_map<std::string_view, std::string_view> fetched_; // sampler type by sampler
 };
 
@@ -363,10 +364,14 @@ bool Rewriter::initialiser(const HlslToken& name, const HlslTypeName& type, size
     if (!hlslEvaluate(HlslReader(in_, begin, end), known_, &value))
         return fail(name, "the value of " + shown + " must be made of plain numbers");
     const size_t wanted = static_cast<size_t>(type.rows * type.columns) * elements;
+    if (wanted > valuesLeft_)
+        return fail(name, "the values of all variables are more than " + std::to_string(HLSL_VALUES_MAX) +
+                              " numbers");
     if (value.parts.size() == 1) value.parts.assign(wanted, value.parts[0]);
     if (value.parts.size() != wanted)
         return fail(name, shown + " takes " + std::to_string(wanted) + " values, not " +
                               std::to_string(value.parts.size()));
+    valuesLeft_ -= wanted;
     for (const double part : value.parts)
         scan_->globals.back().value.push_back(static_cast<float>(part));
     return true;
@@ -512,7 +517,8 @@ void Rewriter::remember(size_t end) {
     HlslTypeName type;
     HlslValue value;
     if (at + 1 >= end || !hlslTypeName(in_[at - 2].text, &type) || known_.size() >= globalsMax ||
-        !hlslEvaluate(HlslReader(in_, at + 1, end - 1), known_, &value))
+        !hlslEvaluate(HlslReader(in_, at + 1, end - 1), known_, &value) ||
+        value.parts.size() > HLSL_MATRIX_PARTS)
         return;
     value.whole = type.type != QB_HLSL_FLOAT;
     known_.push_back({in_[at - 1].text, std::move(value)});
@@ -604,5 +610,6 @@ bool hlslRewrite(HlslScan* scan) {
 
 bool hlslScan(std::string_view file, std::string_view text, HlslScan* scan) {
     scan->file = file;
-    return hlslTokenize(text, scan) && hlslPreprocess(scan) && hlslCheckShape(scan) && hlslRewrite(scan);
+    return hlslTokenize(text, scan) && hlslPreprocess(scan) && hlslCheckShape(scan) &&
+           hlslCheckGrowth(scan) && hlslRewrite(scan);
 }

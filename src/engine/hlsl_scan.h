@@ -52,9 +52,13 @@ constexpr size_t HLSL_TOKENS_MAX = 100000;  // before and after macros
 constexpr size_t HLSL_WORD_MAX = 255;       // characters, of quoted texts too
 constexpr size_t HLSL_NESTING_MAX = 100;    // brackets of all kinds
 constexpr size_t HLSL_STATEMENT_MAX = 1500; // words
+constexpr size_t HLSL_RECORD_MAX = 1024;    // numbers, as many as the profile has in all its registers
+constexpr size_t HLSL_CALLED_MAX = 1000000; // words of a function and all that it calls, as often as it does
 constexpr int HLSL_ELSE_MAX = 250;          // in one function
 constexpr int HLSL_PREFIX_MAX = 64;         // of - + ! ~ ++ -- in a row
 constexpr int HLSL_ARRAY_MAX = 4096;        // elements
+constexpr size_t HLSL_MATRIX_PARTS = 16;    // numbers in the largest value that is not an array
+constexpr size_t HLSL_VALUES_MAX = 65536;   // numbers in all initialisers together
 
 // All passes. False with `errors` filled. The text must outlive the scan.
 bool hlslScan(std::string_view file, std::string_view text, HlslScan* scan);
@@ -63,6 +67,7 @@ bool hlslScan(std::string_view file, std::string_view text, HlslScan* scan);
 bool hlslTokenize(std::string_view text, HlslScan* scan);
 bool hlslPreprocess(HlslScan* scan);
 bool hlslCheckShape(HlslScan* scan);
+bool hlslCheckGrowth(HlslScan* scan);
 bool hlslRewrite(HlslScan* scan);
 // Writes `text` from `tokens`: the end of the last pass.
 bool hlslWriteText(HlslScan* scan);

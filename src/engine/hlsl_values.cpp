@@ -60,7 +60,7 @@ private:
 bool Evaluator::combine(char mark, const HlslValue& right, HlslValue* value) {
     HlslValue left = std::move(*value);
     const size_t count = std::max(left.parts.size(), right.parts.size());
-    if (left.parts.empty() || right.parts.empty()) return false;
+    if (count > HLSL_MATRIX_PARTS || left.parts.empty() || right.parts.empty()) return false;
     if (left.parts.size() != right.parts.size() && left.parts.size() != 1 && right.parts.size() != 1)
         return false;
     value->whole = left.whole && right.whole;

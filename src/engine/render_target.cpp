@@ -16,15 +16,34 @@ static bool isOpenGl() {
     return driver()->getDriverType() == video::EDT_OPENGL;
 }
 
+// What the renderer draws with and OpenGL's versions hold from `version` on. Of the textures the engine asks
+// the list alone, whatever the version.
+static constexpr struct {
+    const char* extension;
+    int version; // as epoxy tells it; 0 when only the list counts
+    const char* name;
+} NEEDED[] = {
+    {"GL_ARB_texture_non_power_of_two", 0, "ARB_texture_non_power_of_two (OpenGL 2.0)"},
+    {"GL_ARB_texture_rg", 0, "ARB_texture_rg (OpenGL 3.0)"},
+    {"GL_ARB_texture_float", 30, "ARB_texture_float (OpenGL 3.0)"},
+    {"GL_ARB_framebuffer_object", 30, "ARB_framebuffer_object (OpenGL 3.0)"}, // targets of unlike formats
+    {"GL_ARB_vertex_shader", 20, "ARB_vertex_shader (OpenGL 2.0)"},
+    {"GL_ARB_fragment_shader", 20, "ARB_fragment_shader (OpenGL 2.0)"},
+    {"GL_ARB_clip_control", 45, "ARB_clip_control (OpenGL 4.5)"},
+};
+
 const char* qbTargetMissing() {
-    if (!driver()->queryFeature(video::EVDF_FRAMEBUFFER_OBJECT)) return "framebuffer objects";
-    if (!driver()->queryFeature(video::EVDF_MULTIPLE_RENDER_TARGETS)) return "multiple render targets";
+    if (!driver()->queryFeature(video::EVDF_FRAMEBUFFER_OBJECT))
+        return "framebuffer objects (EXT_framebuffer_object)";
+    if (!driver()->queryFeature(video::EVDF_MULTIPLE_RENDER_TARGETS))
+        return "multiple render targets (ARB_draw_buffers)";
     if (!isOpenGl()) return nullptr;
-    if (!epoxy_has_gl_extension("GL_ARB_clip_control") && epoxy_gl_version() < 45)
-        return "ARB_clip_control (OpenGL 4.5)";
-    if (!epoxy_has_gl_extension("GL_ARB_texture_rg") && epoxy_gl_version() < 30)
-        return "ARB_texture_rg (OpenGL 3.0)";
-    return nullptr;
+    for (const auto& needed : NEEDED) {
+        const bool included = needed.version != 0 && epoxy_gl_version() >= needed.version;
+        if (!included && !epoxy_has_gl_extension(needed.extension)) return needed.name;
+    }
+    // Epoxy ends the process at a call that the version lacks.
+    return epoxy_gl_version() < 30 || epoxy_glsl_version() < 130 ? "OpenGL 3.0 with GLSL 1.30" : nullptr;
 }
 
 static void useTextureConvention(bool inTexture) {

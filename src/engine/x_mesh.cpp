@@ -36,14 +36,18 @@ uint32_t faceCount(const Mesh& mesh) {
 
 // --- geometry ---------------------------------------------------------------------------------------------
 
+// `use` begins the message: "a face has".
+bool readVertex(QbXReader& reader, const Mesh& mesh, const char* use, uint32_t& vertex) {
+    if (!qbXReadInt(reader, vertex)) return false;
+    return vertex < mesh.vertices ||
+           qbXFail(reader, "%s vertex %u, but the mesh has %u vertices, from 0", use, vertex, mesh.vertices);
+}
+
 bool readCorners(QbXReader& reader, Mesh& mesh, uint32_t corners) {
     for (uint32_t i = 0; i < corners; i++) {
-        uint32_t index = 0;
-        if (!qbXReadInt(reader, index)) return false;
-        if (index >= mesh.vertices)
-            return qbXFail(reader, "a face has vertex %u, but the mesh has %u vertices, from 0", index,
-                           mesh.vertices);
-        mesh.indices.push_back(index);
+        uint32_t vertex = 0;
+        if (!readVertex(reader, mesh, "a face has", vertex)) return false;
+        mesh.indices.push_back(vertex);
     }
     return true;
 }
@@ -128,12 +132,8 @@ bool checkVertexColors(QbXReader& reader, const Mesh& mesh) {
     uint32_t count = 0;
     if (!qbXReadHead(reader, name) || !qbXReadInt(reader, count)) return false;
     for (uint32_t i = 0; i < count; i++) {
-        uint32_t index = 0;
-        if (!qbXReadInt(reader, index)) return false;
-        if (index >= mesh.vertices)
-            return qbXFail(reader, "a colour for vertex %u, but the mesh has %u vertices, from 0", index,
-                           mesh.vertices);
-        if (!qbXReadFloats(reader, 4)) return false;
+        uint32_t vertex = 0;
+        if (!readVertex(reader, mesh, "a colour for", vertex) || !qbXReadFloats(reader, 4)) return false;
         // One for the colour, one for its entry: each is passed for itself.
         if (!qbXPassSemicolons(reader, 1) || !qbXPassSemicolons(reader, 1)) return false;
     }
@@ -223,10 +223,7 @@ bool readWeights(QbXReader& reader, Mesh& mesh, QbXJoint& joint) {
     uint32_t count = 0, vertex = 0;
     if (!qbXReadInt(reader, count)) return false;
     for (uint32_t i = 0; i < count; i++) {
-        if (!qbXReadInt(reader, vertex)) return false;
-        if (vertex >= mesh.vertices)
-            return qbXFail(reader, "a weight for vertex %u, but the mesh has %u vertices, from 0", vertex,
-                           mesh.vertices);
+        if (!readVertex(reader, mesh, "a weight for", vertex)) return false;
         mesh.weighted.resize(mesh.vertices);
         mesh.weighted[vertex] = true;
     }

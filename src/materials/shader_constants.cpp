@@ -215,21 +215,26 @@ static const uint32_t RECORD_BASE = 0x40000000;
 static std::vector<QbIrrShader*> records; // by number - 1; null for those that are gone
 static std::vector<MyShaderCallBack*> started;
 
-MyShaderCallBack::MyShaderCallBack(std::string key) : key_(std::move(key)) {}
+MyShaderCallBack::MyShaderCallBack(std::string key, bool isShared)
+    : key_(std::move(key)), isShared_(isShared) {}
 
-MyShaderCallBack::~MyShaderCallBack() {
-    for (QbIrrShader* shader : records_) {
-        records[shader->number - 1] = nullptr;
-        qbIrrShaderFree(shader);
-    }
+static void freeRecord(QbIrrShader* shader) {
+    records[shader->number - 1] = nullptr;
     while (!records.empty() && !records.back())
         records.pop_back();
+    qbIrrShaderFree(shader);
+}
+
+MyShaderCallBack::~MyShaderCallBack() {
+    for (QbIrrShader* shader : records_)
+        freeRecord(shader);
     started.erase(std::remove(started.begin(), started.end(), this), started.end());
 }
 
 MyShaderCallBack* MyShaderCallBack::find(const std::string& key) {
-    const auto found =
-        std::find_if(started.begin(), started.end(), [&](const auto* one) { return one->key_ == key; });
+    const auto found = std::find_if(started.begin(), started.end(), [&](const auto* one) {
+        return one->key_ == key && (one->isShared_ || one->records_.empty());
+    });
     return found == started.end() ? nullptr : *found;
 }
 
@@ -240,11 +245,29 @@ void MyShaderCallBack::start(int materialType, QbGpuProgramPtr program) {
 }
 
 void MyShaderCallBack::adopt(QbIrrShader* shader) {
+    if (records_.empty()) qbGpuProgramReset(program_.get());
+    auto place = std::find(records.begin(), records.end(), nullptr);
+    if (place == records.end()) place = records.insert(place, nullptr);
     records_.push_back(shader);
-    records.push_back(shader);
-    shader->number = static_cast<uint32_t>(records.size());
+    *place = shader;
+    shader->number = static_cast<uint32_t>(place - records.begin()) + 1;
     shader->materialType = materialType_;
     shader->program = program_.get();
+}
+
+void MyShaderCallBack::release(QbIrrShader* shader) {
+    for (MyShaderCallBack* callback : started) {
+        std::vector<QbIrrShader*>& owned = callback->records_;
+        const auto found = std::find(owned.begin(), owned.end(), shader);
+        if (found == owned.end()) continue;
+        owned.erase(found);
+        return freeRecord(shader);
+    }
+}
+
+int MyShaderCallBack::recordCount() {
+    return static_cast<int>(records.size() -
+                            static_cast<size_t>(std::count(records.begin(), records.end(), nullptr)));
 }
 
 void MyShaderCallBack::choose(const QbIrrShader* shader, video::SMaterial* material) {

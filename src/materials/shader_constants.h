@@ -14,15 +14,18 @@
 // values a draw takes.
 class MyShaderCallBack : public irr::video::IShaderConstantSetCallBack {
 public:
-    // `key` stands for the text.
-    explicit MyShaderCallBack(std::string key);
+    // `key` stands for the text. One that is not shared has one record at a time.
+    MyShaderCallBack(std::string key, bool isShared);
     ~MyShaderCallBack() override;
-    // The callback of a text that has a material type; null without one.
+    // The callback of a text that has a material type and takes one more record; null without one.
     static MyShaderCallBack* find(const std::string& key);
     // The type and program of its records, from now on its own.
     void start(int materialType, QbGpuProgramPtr program);
-    // Owns the record from here on: it goes with the material type. Numbers it and tells it type and program.
+    // Owns the record from here on: it goes with the material type, or by release. Numbers it and tells it
+    // type and program.
     void adopt(QbIrrShader* shader);
+    static void release(QbIrrShader* shader);
+    static int recordCount(); // of all callbacks
     // Writes whose values the material's draws take.
     static void choose(const QbIrrShader* shader, irr::video::SMaterial* material);
     void OnSetMaterial(const irr::video::SMaterial& material) override;
@@ -38,6 +41,7 @@ private:
     void sendHighLevel(const QbIrrShader& shader, irr::video::IMaterialRendererServices* services);
 
     std::string key_;
+    bool isShared_;
     int materialType_ = -1;
     QbGpuProgramPtr program_;           // null until started
     std::vector<QbIrrShader*> records_; // of one text, so of the same variables

@@ -2,6 +2,8 @@
 
 #include "materials/shader_annotation.h"
 #include "materials/shader_preprocess.h"
+#include "platform/file_bytes.h"
+#include "platform/memory.h"
 #include "platform/message.h"
 #include "platform/path.h"
 #include "platform/text.h"
@@ -10,7 +12,6 @@
 #include <cstring>
 #include <initializer_list>
 #include <memory>
-#include <new>
 #include <string>
 
 // --- reading --------------------------------------------------------------------------------------------
@@ -47,8 +48,8 @@ static char* loadShaderFileContent(const char* path) {
     if (length < 0 || length > QB_SHADER_SIZE_MAX || fseek(file.get(), 0, SEEK_SET) != 0) return nullptr;
 
     const size_t size = static_cast<size_t>(length);
-    std::unique_ptr<char[]> text(new (std::nothrow) char[size + 1]);
-    if (!text || fread(text.get(), 1, size, file.get()) != size) return nullptr;
+    auto text = std::make_unique<char[]>(size + 1);
+    if (qbFileFill(file.get(), text.get(), size) != size) return nullptr;
     text[size] = '\0';
     return text.release();
 }
@@ -81,13 +82,18 @@ static bool readShader(QbIrrShader& shader, const char* const* defines) {
            (!isPair || parse(shader, shader.pixelFile, shader.pixelText, true));
 }
 
-QbIrrShader* qbIrrShaderCreate(const char* fileName, const char* const* defines) {
+static QbIrrShader* createShader(const char* fileName, const char* const* defines) {
     std::unique_ptr<QbIrrShader, void (*)(QbIrrShader*)> shader(new QbIrrShader(), qbIrrShaderFree);
     strcpy(shader->vertexMain, "vertexMain");
     strcpy(shader->pixelMain, "pixelMain");
     shader->materialType = -1;
-    if (!chooseFiles(*shader, fileName ? fileName : "") || !readShader(*shader, defines)) return nullptr;
+    if (!chooseFiles(*shader, fileName) || !readShader(*shader, defines)) return nullptr;
     return shader.release();
+}
+
+QbIrrShader* qbIrrShaderCreate(const char* fileName, const char* const* defines) {
+    const char* name = fileName ? fileName : "";
+    return qbUnlessOutOfMemory<QbIrrShader*>(name, nullptr, [&] { return createShader(name, defines); });
 }
 
 void qbShaderTextsFree(QbIrrShader* shader) {

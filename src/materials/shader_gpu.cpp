@@ -3,10 +3,13 @@
 #include "engine/gpu_program.h"
 #include "materials/shader_constants.h"
 #include "materials/shader_file.h"
+#include "platform/memory.h"
 #include "platform/message.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <irrlicht/irrlicht.h>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -69,6 +72,13 @@ static QbGpuSource sourceOf(const QbIrrShader& shader) {
     return source;
 }
 
+void qbIrrShadersPrepare(const std::vector<const QbIrrShader*>& shaders) {
+    std::vector<QbGpuSource> sources;
+    for (const QbIrrShader* shader : shaders)
+        if (shader->vertexText && shader->pixelText) sources.push_back(sourceOf(*shader));
+    qbGpuProgramsPrepare(sources);
+}
+
 // What a record sets only now and then, or the engine only with a change of the material type, would reach
 // the next record: arrays from code, and assembly.
 static bool canShare(const QbIrrShader& shader) {
@@ -77,20 +87,22 @@ static bool canShare(const QbIrrShader& shader) {
     return shader.highLevel != 0;
 }
 
-// All that an HLSL program is made of, whose two texts are one; its own for a record that cannot share.
+// All that a program is made of.
 static std::string keyOf(const QbIrrShader& shader) {
-    static int alone;
-    if (!canShare(shader)) return std::to_string(++alone);
     std::string key(1, static_cast<char>(shader.baseMaterial));
-    for (const char* part :
-         {shader.vertexMain, shader.pixelMain, static_cast<const char*>(shader.vertexText)})
+    const char* const pixelText = shader.highLevel ? "" : shader.pixelText; // of HLSL: the same
+    for (const char* part : std::initializer_list<const char*>{shader.vertexMain, shader.pixelMain,
+                                                               shader.vertexText, pixelText})
         key.append(1, '\0').append(part);
     return key;
 }
 
 // Irrlicht holds the callback with its new material type. Null after a message.
 static MyShaderCallBack* compile(const QbIrrShader& shader, const std::string& key) {
-    auto* callback = new MyShaderCallBack(key);
+    const auto drop = [](MyShaderCallBack* held) { held->drop(); };
+    const std::unique_ptr<MyShaderCallBack, decltype(drop)> owner(new MyShaderCallBack(key, canShare(shader)),
+                                                                  drop);
+    MyShaderCallBack* callback = owner.get();
     QbGpuProgramPtr program;
     std::string errors;
     const int type = qbGpuProgramCreate(sourceOf(shader), callback, &program, &errors);
@@ -98,15 +110,10 @@ static MyShaderCallBack* compile(const QbIrrShader& shader, const std::string& k
         callback->start(type, std::move(program));
     else
         reportFailure(shader, errors);
-    callback->drop();
     return type >= 0 ? callback : nullptr;
 }
 
-int qbIrrShaderSetupGpuMaterial(QbIrrShader* shader) {
-    if (!shader->vertexText || !shader->pixelText) {
-        qbMessage("%s: the shader has no text any more to compile", shader->vertexFile);
-        return -1;
-    }
+static int setUp(QbIrrShader* shader) {
     const std::string key = keyOf(*shader);
     MyShaderCallBack* callback = MyShaderCallBack::find(key);
     if (!callback) callback = compile(*shader, key);
@@ -114,6 +121,22 @@ int qbIrrShaderSetupGpuMaterial(QbIrrShader* shader) {
     callback->adopt(shader);
     qbShaderTextsFree(shader);
     return 0;
+}
+
+int qbIrrShaderSetupGpuMaterial(QbIrrShader* shader) {
+    if (!shader->vertexText || !shader->pixelText) {
+        qbMessage("%s: the shader has no text any more to compile", shader->vertexFile);
+        return -1;
+    }
+    return qbUnlessOutOfMemory(shader->vertexFile, -1, [shader] { return setUp(shader); });
+}
+
+void qbShaderRelease(QbIrrShader* shader) {
+    if (shader) MyShaderCallBack::release(shader);
+}
+
+int qbShaderRecordCount() {
+    return MyShaderCallBack::recordCount();
 }
 
 static bool isBlended(uint32_t baseMaterial) {

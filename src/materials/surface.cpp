@@ -109,6 +109,11 @@ int qbSurfaceInit(QbSurfaceCtx* ctx, const QbSurfaceValues* values) {
     return 0;
 }
 
+void qbSurfaceFree(QbSurfaceCtx* ctx) {
+    qbShaderRelease(ctx->shader);
+    ctx->shader = nullptr;
+}
+
 // --- material of a shader -------------------------------------------------------------------------------
 
 // The slot of the surface that a shader's texture statement names; -1 for the name of a file.

@@ -22,7 +22,7 @@ enum { NOF_SURFACE_MAX = 65, MAX_SURFACES = 65 };
 
 struct QbSurfaceCtx {
     int32_t hasShader;     // 1 when the surface names a shader, loaded or not
-    QbIrrShader* shader;   // null when it did not load or compile; the material type's, never freed here
+    QbIrrShader* shader;   // null when it did not load or compile; until qbSurfaceFree
     int32_t needsTangents; // 1 when the mesh must carry tangents
     QbSurfaceParamValue params[QB_SURFACE_VALUE_COUNT];     // of the last update
     irr::video::ITexture* textures[QB_SURFACE_VALUE_COUNT]; // the driver's; null without image or on failure
@@ -31,6 +31,8 @@ struct QbSurfaceCtx {
 // Clears the record, copies the parameters, loads textures and shader. Files are looked for from the current
 // directory. What fails has a message and stays out. Always 0.
 int qbSurfaceInit(QbSurfaceCtx* ctx, const QbSurfaceValues* values);
+// Gives the shader back, for the end of the object; the textures stay with the driver.
+void qbSurfaceFree(QbSurfaceCtx* ctx);
 // Turns the node's material, as the mesh file made it, into that of the surface. Once. A terrain without a
 // shader keeps its textures and type, and so does a surface whose shader failed. Always 0.
 int qbSurfaceSetupMaterial(QbSurfaceCtx* ctx, irr::video::SMaterial& material, const QbSurfaceValues* values,

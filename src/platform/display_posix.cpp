@@ -138,7 +138,9 @@ static std::vector<std::string> readCookies(const DisplayName& display) {
     else if (const char* home = getenv("HOME"); home && *home)
         path = std::string(home) + "/.Xauthority";
     std::vector<std::string> cookies;
-    std::FILE* file = path.empty() ? nullptr : fopen(path.c_str(), "rb");
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> owner(
+        path.empty() ? nullptr : fopen(path.c_str(), "rb"), fclose);
+    std::FILE* file = owner.get();
     if (!file) return cookies;
     const std::string number = std::to_string(display.number);
     std::array<std::string, 4> fields; // address, number, scheme, cookie
@@ -150,7 +152,6 @@ static std::vector<std::string> readCookies(const DisplayName& display) {
         if ((fields[1].empty() || fields[1] == number) && fields[2] == "MIT-MAGIC-COOKIE-1")
             cookies.push_back(fields[3]);
     }
-    fclose(file);
     return cookies;
 }
 

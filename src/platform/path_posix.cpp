@@ -29,13 +29,12 @@ bool qbSystemIsAbsolute(const std::string& name) {
 
 std::vector<std::string> qbSystemList(const std::string& directory) {
     std::vector<std::string> names;
-    DIR* stream = opendir(directory.c_str());
+    const std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(directory.c_str()), closedir);
     if (!stream) return names;
-    while (const dirent* entry = readdir(stream)) {
+    while (const dirent* entry = readdir(stream.get())) {
         if (strcmp(entry->d_name, ".") != 0 && strcmp(entry->d_name, "..") != 0)
             names.emplace_back(entry->d_name);
     }
-    closedir(stream);
     return names;
 }
 

@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
+#include <fcntl.h>
 #include <string>
 #include <thread>
 #include <unistd.h>
@@ -28,7 +29,18 @@ static void keepNumbersPlain() {
     setlocale(LC_NUMERIC, "C");
 }
 
+// A closed stream's number would go to the next file or socket that opens: what the program prints would go
+// there, into the connection to the X server as well.
+static void fillStreams() {
+    int file = -1;
+    do
+        file = open("/dev/null", O_RDWR);
+    while (file >= 0 && file <= STDERR_FILENO);
+    if (file >= 0) close(file);
+}
+
 void qbProcessStart(int argc, char** argv) {
+    fillStreams();
     if (argc > 0 && argv && argv[0]) commandPath = qbFullPath(argv[0]);
     keepNumbersPlain();
 }

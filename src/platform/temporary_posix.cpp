@@ -1,5 +1,7 @@
 #include "platform/temporary.h"
 
+#include "platform/descriptor_posix.h"
+
 #include <cerrno>
 #include <dirent.h>
 #include <fcntl.h>
@@ -11,7 +13,6 @@
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
-#include <vector>
 
 enum {
     TEMPORARY_PATH_MAX = 2048, // with the separator behind it
@@ -91,11 +92,13 @@ static QbHoldResult tryHold(const char* path, QbHeldDirectory** held) {
         errno = whyNotOpened(path, errno);
         return QB_HOLD_REFUSED;
     }
+    QbDescriptor guard(descriptor);
     const QbHoldResult result = lockDirectory(descriptor);
-    if (result == QB_HOLD_DONE && isStillThere(path, descriptor))
-        *held = new QbHeldDirectory{path, descriptor, getpid()};
-    else
-        closeKeepingError(descriptor);
+    if (result == QB_HOLD_DONE && isStillThere(path, descriptor)) {
+        auto record = std::make_unique<QbHeldDirectory>(QbHeldDirectory{path, descriptor, getpid()});
+        guard.release();
+        *held = record.release();
+    }
     return result;
 }
 
@@ -110,33 +113,31 @@ QbHoldResult qbDirectoryHold(const char* path, QbHeldDirectory** held) {
 
 // --- removing -------------------------------------------------------------------------------------------
 
-static std::vector<std::string> namesIn(int directory) {
-    std::vector<std::string> names;
+static void removeContents(int directory);
+
+static void removeEntry(int directory, const char* name) {
+    if (unlinkat(directory, name, 0) == 0) return;
+    const int inner = openat(directory, name, AS_DIRECTORY);
+    if (inner < 0) return;
+    removeContents(inner);
+    close(inner);
+    unlinkat(directory, name, AT_REMOVEDIR);
+}
+
+// By descriptors alone: no name on the way can be turned into a link that leads elsewhere. It runs when the
+// process ends, perhaps for want of memory, and keeps no list.
+static void removeContents(int directory) {
     const int descriptor = openat(directory, ".", AS_DIRECTORY);
-    if (descriptor < 0) return names;
-    DIR* stream = fdopendir(descriptor);
+    DIR* stream = descriptor < 0 ? nullptr : fdopendir(descriptor);
     if (!stream) {
-        close(descriptor);
-        return names;
+        if (descriptor >= 0) close(descriptor);
+        return;
     }
     while (const dirent* entry = readdir(stream)) {
         const std::string_view name = entry->d_name;
-        if (name != "." && name != "..") names.emplace_back(name);
+        if (name != "." && name != "..") removeEntry(directory, entry->d_name);
     }
     closedir(stream);
-    return names;
-}
-
-// By descriptors alone: no name on the way can be turned into a link that leads elsewhere.
-static void removeContents(int directory) {
-    for (const std::string& name : namesIn(directory)) {
-        if (unlinkat(directory, name.c_str(), 0) == 0) continue;
-        const int inner = openat(directory, name.c_str(), AS_DIRECTORY);
-        if (inner < 0) continue;
-        removeContents(inner);
-        close(inner);
-        unlinkat(directory, name.c_str(), AT_REMOVEDIR);
-    }
 }
 
 void qbDirectoryRemove(QbHeldDirectory* held) {

@@ -1,5 +1,7 @@
 #include "platform/text_alias.h"
 
+#include "platform/descriptor_posix.h"
+
 #include <cerrno>
 #include <memory>
 #include <string>
@@ -7,15 +9,8 @@
 #include <unistd.h>
 
 struct QbTextAlias {
-    int descriptor = -1;
+    QbDescriptor file;
     std::string name;
-
-    QbTextAlias() = default;
-    QbTextAlias(const QbTextAlias&) = delete;
-    QbTextAlias& operator=(const QbTextAlias&) = delete;
-    ~QbTextAlias() {
-        if (descriptor >= 0) close(descriptor);
-    }
 };
 
 static bool writeAll(int descriptor, const char* text, size_t length) {
@@ -32,9 +27,10 @@ static bool writeAll(int descriptor, const char* text, size_t length) {
 QbTextAlias* qbTextAliasCreate(const char* text, unsigned length) {
     if (!text && length > 0) return nullptr;
     auto alias = std::make_unique<QbTextAlias>();
-    alias->descriptor = memfd_create("text", MFD_CLOEXEC);
-    if (alias->descriptor < 0 || !writeAll(alias->descriptor, text, length)) return nullptr;
-    alias->name = "/proc/self/fd/" + std::to_string(alias->descriptor);
+    alias->file.reset(memfd_create("text", MFD_CLOEXEC));
+    const int descriptor = alias->file.number();
+    if (descriptor < 0 || !writeAll(descriptor, text, length)) return nullptr;
+    alias->name = "/proc/self/fd/" + std::to_string(descriptor);
     return alias.release();
 }
 

@@ -10,7 +10,9 @@
 #include "scene/runtime/objects.h"
 
 #include <algorithm>
+#include <cmath>
 #include <deque>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -42,8 +44,6 @@ public:
 
 private:
     void beginGeometry();
-    int selectDepth(scene::ISceneNode* node);
-    void drawFinal(scene::ISceneNode* node);
     void addParticles(scene::ISceneNode* node);
     void restoreParticles(scene::ISceneNode* node);
 
@@ -94,11 +94,47 @@ void Passes::OnPreRender(core::array<scene::ISceneNode*>& lightList) {
     byDistance_.clear();
     for (u32 i = 0; i < lightList.size(); ++i) {
         lights_.push_back(lightList[i]);
-        byDistance_.emplace_back(lightList[i]->getAbsolutePosition().getDistanceFromSQ(eye), i);
+        const float distance = lightList[i]->getAbsolutePosition().getDistanceFromSQ(eye);
+        // A scene may put a light nowhere: what is not a number has no place in an order.
+        byDistance_.emplace_back(std::isnan(distance) ? std::numeric_limits<float>::infinity() : distance, i);
     }
     std::sort(byDistance_.begin(), byDistance_.end());
     for (u32 i = 0; i < lightList.size(); ++i)
         lightList[i] = lights_[byDistance_[i].second];
+}
+
+// --- surfaces of a node ---------------------------------------------------------------------------------
+
+// Gives the node the materials of the geometry pass, with which Irrlicht draws it next; the count of its
+// surfaces that have a part in that pass.
+static int qbLppDepthNode(const QbLppState* state, scene::ISceneNode* node, QbSavedMaterials* saved) {
+    qbLppSaveMaterials(node, saved);
+    int drawn = 0;
+    for (u32 i = 0; i < node->getMaterialCount(); ++i) {
+        const QbSurfaceCtx* surface = qbObjectSurfaceCtx(node->getID(), static_cast<int>(i));
+        if (!surface) continue;
+        video::SMaterial& material = node->getMaterial(i);
+        if (qbLppSurfaceExcluded(material, surface)) {
+            // In a solid pass the node leaves out what is transparent.
+            material.MaterialType = video::EMT_TRANSPARENT_ALPHA_CHANNEL;
+            continue;
+        }
+        qbLppSelectDepth(state, &material, surface);
+        ++drawn;
+    }
+    return drawn;
+}
+
+// Excluded surfaces keep their material: an opaque one with a shader of its own is drawn here.
+static void qbLppFinalNode(const QbLppState* state, scene::ISceneNode* node, QbSavedMaterials* saved) {
+    qbLppSaveMaterials(node, saved);
+    for (u32 i = 0; i < node->getMaterialCount(); ++i) {
+        const QbSurfaceCtx* surface = qbObjectSurfaceCtx(node->getID(), static_cast<int>(i));
+        video::SMaterial& material = node->getMaterial(i);
+        if (surface && !qbLppSurfaceExcluded(material, surface)) qbLppSelectFinal(state, &material, surface);
+    }
+    node->render();
+    qbLppRestoreMaterials(node, *saved);
 }
 
 // --- passes ---------------------------------------------------------------------------------------------
@@ -134,7 +170,7 @@ void Passes::OnRenderPassPostRender(scene::E_SCENE_NODE_RENDER_PASS pass) {
     // Alpha 0: what no surface covers does not glow.
     qbTargetSet(state_->sceneRTT, true, video::SColor(qbEngineBackground() & 0xFFFFFF));
     for (scene::ISceneNode* node : solidNodes_)
-        drawFinal(node);
+        qbLppFinalNode(state_, node, &saved_);
 }
 
 // --- nodes ----------------------------------------------------------------------------------------------
@@ -161,7 +197,7 @@ void Passes::OnNodePreRender(scene::ISceneNode* node) {
     if (!inSolidPass_) return addParticles(node);
     hasObject_ = node->getID() != -1;
     if (hasObject_) solidNodes_.push_back(node);
-    const int drawn = hasObject_ ? selectDepth(node) : 0;
+    const int drawn = hasObject_ ? qbLppDepthNode(state_, node, &saved_) : 0;
     if (drawn == 0) engine_->driver->getOverrideMaterial().Enabled = true;
     surfacesDrawn_ += drawn;
 }
@@ -170,36 +206,6 @@ void Passes::OnNodePostRender(scene::ISceneNode* node) {
     if (!inSolidPass_) return restoreParticles(node);
     engine_->driver->getOverrideMaterial().Enabled = false;
     if (hasObject_) qbLppRestoreMaterials(node, saved_);
-}
-
-int Passes::selectDepth(scene::ISceneNode* node) {
-    qbLppSaveMaterials(node, &saved_);
-    int drawn = 0;
-    for (u32 i = 0; i < node->getMaterialCount(); ++i) {
-        const QbSurfaceCtx* surface = qbObjectSurfaceCtx(node->getID(), static_cast<int>(i));
-        if (!surface) continue;
-        video::SMaterial& material = node->getMaterial(i);
-        if (qbLppSurfaceExcluded(material, surface)) {
-            // In a solid pass the node leaves out what is transparent.
-            material.MaterialType = video::EMT_TRANSPARENT_ALPHA_CHANNEL;
-            continue;
-        }
-        qbLppSelectDepth(state_, &material, surface);
-        ++drawn;
-    }
-    return drawn;
-}
-
-// Excluded surfaces keep their material: an opaque one with a shader of its own is drawn here.
-void Passes::drawFinal(scene::ISceneNode* node) {
-    qbLppSaveMaterials(node, &saved_);
-    for (u32 i = 0; i < node->getMaterialCount(); ++i) {
-        const QbSurfaceCtx* surface = qbObjectSurfaceCtx(node->getID(), static_cast<int>(i));
-        video::SMaterial& material = node->getMaterial(i);
-        if (surface && !qbLppSurfaceExcluded(material, surface)) qbLppSelectFinal(state_, &material, surface);
-    }
-    node->render();
-    qbLppRestoreMaterials(node, saved_);
 }
 
 // --- frame ----------------------------------------------------------------------------------------------

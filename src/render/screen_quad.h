@@ -7,9 +7,9 @@
 class CScreenQuad {
 public:
     CScreenQuad();
-    virtual ~CScreenQuad() = default;
     virtual void render(irr::video::IVideoDriver* driver);
     virtual irr::video::SMaterial& getMaterial();
+    virtual ~CScreenQuad() = default;
 
 private:
     irr::video::S3DVertex vertices_[6];

@@ -14,9 +14,12 @@
 #include "storage/builder/builder.h"
 #include "storage/cabinet.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
+#include <new>
 #include <string>
 
 namespace {
@@ -106,7 +109,11 @@ static Mode chooseMode(const char* file) {
 // Where nobody can see a box, or nobody shall wait for it, the line on the error stream is all there is.
 static void showMessage(const char* text) {
     static const bool hasDisplay = qbProcessHasDisplay() != 0;
-    if (hasDisplay && qbProcessEndAsked() == 0) qbMessageBox(text);
+    if (!hasDisplay || qbProcessEndAsked() != 0) return;
+    try {
+        qbMessageBox(text);
+    } catch (const std::bad_alloc&) { // the line on the error stream has said it
+    }
 }
 
 static const char* askFile() {
@@ -180,8 +187,10 @@ static int convert(int argc, char** argv) {
     return -1;
 }
 
-int qbMain(int argc, char** argv) {
-    qbProcessStart(argc, argv);
+static const char* const OUT_OF_MEMORY =
+    "Out of memory. End other programs, or make the pictures and meshes of the show smaller.";
+
+static int run(int argc, char** argv) {
     const Arguments scanned = scanArguments(argc, argv);
     qbMessageSetSink(scanned.unattended ? nullptr : showMessage);
 
@@ -213,4 +222,37 @@ int qbMain(int argc, char** argv) {
         arguments.file = file.c_str();
     }
     return runWindow(arguments);
+}
+
+// The engine puts the display back to its own size; without memory even that may fail.
+static void closeWindow() {
+    try {
+        qbEngineClose();
+    } catch (const std::exception&) {
+    }
+}
+
+// The library that translates shaders ends the process when it gets no memory. At an exit what was unpacked
+// is removed.
+static void endForMemory() {
+    if (errno != ENOMEM) std::abort();
+    errno = 0;
+    qbMessage("%s", OUT_OF_MEMORY);
+    std::exit(EXIT_FAILURE);
+}
+
+// What runs out of memory while a file is loaded is reported there, with the file's name.
+int qbMain(int argc, char** argv) {
+    std::set_terminate(endForMemory);
+    try {
+        qbProcessStart(argc, argv);
+        return run(argc, argv);
+    } catch (const std::bad_alloc&) {
+        closeWindow();
+        qbMessage("%s", OUT_OF_MEMORY);
+    } catch (const std::exception& error) {
+        closeWindow();
+        qbMessage("Ended by an error of the program: %s", error.what());
+    }
+    return -1;
 }

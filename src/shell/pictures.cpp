@@ -6,6 +6,7 @@
 #include "platform/path.h"
 #include "platform/process.h"
 #include "scene/runtime/slots.h"
+#include "shell/scene_view.h"
 
 #include <algorithm>
 #include <cinttypes>
@@ -13,13 +14,14 @@
 #include <filesystem>
 #include <irrlicht/irrlicht.h>
 #include <string>
+#include <string_view>
+#include <system_error>
 #include <vector>
 
 enum {
     VIEW_PICTURES = 4,
     VIEW_SPAN_OBJECT = 4000, // milliseconds
     VIEW_SPAN_SCENE = 12000, // at most, of a long scene
-    VIEW_SCENE_SLOT = 1,
     SHEET_COLUMNS = 3,
     SHEET_WIDTH = 320,       // of one picture, pixels
     SHEET_HEIGHT_MAX = 1280, // likewise; taller pictures are squeezed
@@ -101,12 +103,12 @@ static void watchDemo(const QbDemo* demo, int index, int elapsed) {
 
 static int viewSpan() {
     if (state.job == QB_PICTURES_OBJECT) return VIEW_SPAN_OBJECT;
-    return std::min<int>(qbSceneDurationMs(VIEW_SCENE_SLOT), VIEW_SPAN_SCENE);
+    return std::min<int>(qbSceneDurationMs(QB_VIEW_SLOT), VIEW_SPAN_SCENE);
 }
 
 static void watchView() {
     // The viewer's last frames show that its scene is gone.
-    if (state.job == QB_PICTURES_SCENE && qbSceneObjectCount(VIEW_SCENE_SLOT) < 0) return;
+    if (state.job == QB_PICTURES_SCENE && qbSceneObjectCount(QB_VIEW_SLOT) < 0) return;
     if (state.viewStart < 0) state.viewStart = qbEngineTime();
     if (state.viewTaken == VIEW_PICTURES) return;
     const int elapsed = qbEngineTime() - state.viewStart;
@@ -159,9 +161,22 @@ static irr::video::IImage* imageOf(Picture* picture) {
                                                       false);
 }
 
+// Irrlicht does not look whether the disk took all: a whole PNG ends with an empty chunk of this name.
+static bool isWhole(const std::string& path) {
+    enum { TAIL = 8 }; // bytes from the name to the end
+    char tail[TAIL] = {};
+    std::FILE* file = qbPathOpen(path.c_str(), "rb");
+    if (!file) return false;
+    const bool read = std::fseek(file, -TAIL, SEEK_END) == 0 && std::fread(tail, 1, TAIL, file) == TAIL;
+    std::fclose(file);
+    return read && std::string_view(tail, 4) == "IEND";
+}
+
 static int writeImage(irr::video::IImage* image, const std::string& name) {
     const std::string path = state.directory + "/" + name;
-    if (qbEngineGet()->driver->writeImageToFile(image, path.c_str())) return 0;
+    if (qbEngineGet()->driver->writeImageToFile(image, path.c_str()) && isWhole(path)) return 0;
+    std::error_code gone;
+    std::filesystem::remove(path, gone);
     qbMessage("The picture '%s' could not be written. Is the disk full, or the directory read-only?",
               path.c_str());
     return -1;

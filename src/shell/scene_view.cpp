@@ -11,8 +11,9 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <string_view>
 
-enum { VIEW_SLOT = 1, VIEW_NAME_MAX = 256 };
+enum { VIEW_NAME_MAX = 256 };
 
 namespace {
 
@@ -35,10 +36,10 @@ static const char* askScene() {
     return qbOpenFileDialog("Open Quab scene for binary convert", filters, 2);
 }
 
-static bool fits(const std::string& text, const char* what) {
-    if (text.size() < VIEW_NAME_MAX) return true;
-    qbMessage("The %s of the scene is longer than %d characters: '%s'. Move or rename it.", what,
-              VIEW_NAME_MAX - 1, text.c_str());
+static bool fits(std::string_view text, const char* what) {
+    if (text.size() <= VIEW_NAME_MAX) return true;
+    qbMessage("The %s of the scene is longer than %d characters. Move or rename it: '%.*s'", what,
+              VIEW_NAME_MAX, static_cast<int>(text.size()), text.data());
     return false;
 }
 
@@ -69,10 +70,10 @@ static int convertOnly(const std::string& name, uint32_t flags) {
 
 static void setStart(Transport* view, const QbViewOptions* options) {
     view->base = qbEngineTime();
-    const int framesPerSecond = qbSceneFramesPerSecond(VIEW_SLOT);
+    const int framesPerSecond = qbSceneFramesPerSecond(QB_VIEW_SLOT);
     if ((options->flags & QB_VIEW_FRAME_START) != 0 && framesPerSecond != 0) {
-        const double frame = static_cast<double>(options->frameStart) - qbSceneFirstFrame(VIEW_SLOT);
-        const double duration = qbSceneDurationMs(VIEW_SLOT);
+        const double frame = static_cast<double>(options->frameStart) - qbSceneFirstFrame(QB_VIEW_SLOT);
+        const double duration = qbSceneDurationMs(QB_VIEW_SLOT);
         double start = frame * 1000.0 / framesPerSecond;
         if (start < 0.0) start = 0.0;
         if (start > duration) start = duration;
@@ -145,8 +146,8 @@ static void meetEnds(Transport* view, int duration) {
 }
 
 static void showPosition(int position) {
-    const double frame = qbSceneFramesPerSecond(VIEW_SLOT) * static_cast<double>(position) / 1000.0 +
-                         qbSceneFirstFrame(VIEW_SLOT);
+    const double frame = qbSceneFramesPerSecond(QB_VIEW_SLOT) * static_cast<double>(position) / 1000.0 +
+                         qbSceneFirstFrame(QB_VIEW_SLOT);
     char text[128];
     std::snprintf(text, sizeof text, "Frame=%4.2f time=%dmn%dsec%d millisec=%d", frame, position / 60000,
                   (position / 1000) % 60, ((position / 100) % 600) % 10, position);
@@ -154,11 +155,11 @@ static void showPosition(int position) {
 }
 
 static void playFrame(Transport* view) {
-    const int duration = qbSceneDurationMs(VIEW_SLOT);
+    const int duration = qbSceneDurationMs(QB_VIEW_SLOT);
     const int position = positionNow(view, duration);
 
     // A still picture costs no update.
-    if (!view->paused || view->pausedTime != view->lastPausedTime) qbSceneUpdate(VIEW_SLOT, position);
+    if (!view->paused || view->pausedTime != view->lastPausedTime) qbSceneUpdate(QB_VIEW_SLOT, position);
     view->lastPausedTime = view->pausedTime;
 
     if (pressed(qbKeyEnter(), &view->enterHeld)) view->loop = !view->loop;
@@ -173,11 +174,11 @@ static void playFrame(Transport* view) {
 
 static void play(const QbViewOptions* options) {
     Transport view;
-    qbSceneStart(VIEW_SLOT);
+    qbSceneStart(QB_VIEW_SLOT);
     setStart(&view, options);
     while (qbEngineIsOver() == 0)
         playFrame(&view);
-    qbSceneFree(VIEW_SLOT);
+    qbSceneFree(QB_VIEW_SLOT);
     // Two frames, one for each buffer: the window shows the emptied scene.
     qbEngineDrawFrame();
     qbEngineDrawFrame();
@@ -189,19 +190,20 @@ int qbSceneView(const char* path, const QbViewOptions* options) {
     if (isConvertOnly && (flags & QB_VIEW_BINARY) != 0 && path == nullptr) path = askScene();
     if (path == nullptr) return -1;
 
-    const std::string name = qbBaseName(path);
     const std::string directory = qbDirName(path);
-    if (!fits(name, "name") || !fits(directory, "directory")) return -1;
+    // What qbBaseName gives is cut to fit.
+    if (!fits(directory, "directory") || !fits(path + directory.size(), "name")) return -1;
+    const std::string name = qbBaseName(path);
     // From the wrong directory another scene of that name could be taken.
     if (qbSetDirectory(directory.c_str()) != 0) return loadFailed();
 
     if (isConvertOnly) return convertOnly(name, flags);
 
     qbSceneSetReportLoadErrors(1);
-    if (qbSceneLoad(name.c_str(), VIEW_SLOT, 1, 0, 0, 0, directory.c_str(), 0) != 0) return loadFailed();
+    if (qbSceneLoad(name.c_str(), QB_VIEW_SLOT, 1, 0, 0, 0, directory.c_str(), 0) != 0) return loadFailed();
     if (wantsBinary(name, flags)) {
         const std::string output = name + ".bin";
-        if (qbSceneSaveBinary(VIEW_SLOT, output.c_str()) != 0)
+        if (qbSceneSaveBinary(QB_VIEW_SLOT, output.c_str()) != 0)
             qbMessage("Failed to save scene to binary %s", output.c_str());
     }
     qbEngineWarmUp();

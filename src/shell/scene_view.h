@@ -10,6 +10,8 @@ enum QbViewFlags {
     QB_VIEW_RIDE = 16,
 };
 
+enum { QB_VIEW_SLOT = 1 }; // where the viewer's scene lies
+
 struct QbViewOptions {
     uint32_t flags;
     int32_t frameStart; // frame number of the scene

@@ -1,6 +1,7 @@
 #include "storage/cabinet.h"
 
 #include "platform/cabinet/cabinet.h"
+#include "platform/memory.h"
 #include "platform/message.h"
 #include "platform/path.h"
 #include "platform/resource/resource.h"
@@ -186,8 +187,7 @@ static ExtractDir* usedRow(int row) {
     return &qbExtractDir[row];
 }
 
-int qbCabOpen(int row, int id) {
-    if (row < 0 || row >= QB_CAB_ROWS) return QB_CAB_NO_DIRECTORY;
+static int openRow(int row, int id) {
     ExtractDir& directory = qbExtractDir[row];
     releaseDirectory(directory);
     if (const int code = takeDirectory(directory, row); code != 0) return code;
@@ -195,6 +195,11 @@ int qbCabOpen(int row, int id) {
     directory.used = 1;
     qbSetDirectory(directory.path);
     return 0;
+}
+
+int qbCabOpen(int row, int id) {
+    if (row < 0 || row >= QB_CAB_ROWS) return QB_CAB_NO_DIRECTORY;
+    return qbUnlessOutOfMemory("The packed data", ENOMEM, [=] { return openRow(row, id); });
 }
 
 int qbCabUse(int row) {

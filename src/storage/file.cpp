@@ -1,9 +1,11 @@
 #include "storage/file.h"
 
+#include "platform/file_bytes.h"
 #include "platform/message.h"
 #include "platform/path.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -30,15 +32,23 @@ static int stdioSeek(QbFile* file, long offset, int origin) {
 }
 
 static size_t stdioRead(void* buffer, size_t size, size_t count, QbFile* file) {
-    return fread(buffer, size, count, stdioHandle(file));
+    if (size == 0 || count > SIZE_MAX / size) return 0;
+    return qbFileFill(stdioHandle(file), buffer, size * count) / size;
 }
 
 static int stdioGetc(QbFile* file) {
-    return fgetc(stdioHandle(file));
+    unsigned char character = 0;
+    return qbFileFill(stdioHandle(file), &character, 1) == 1 ? character : -1;
 }
 
+// As fgets, which loses what it has when a signal comes.
 static char* stdioGets(char* buffer, int length, QbFile* file) {
-    return fgets(buffer, length, stdioHandle(file));
+    int stored = 0;
+    while (stored < length - 1 && qbFileFill(stdioHandle(file), buffer + stored, 1) == 1)
+        if (buffer[stored++] == '\n') break;
+    if (stored == 0 || ferror(stdioHandle(file))) return nullptr;
+    buffer[stored] = '\0';
+    return buffer;
 }
 
 static long stdioTell(QbFile* file) {
@@ -56,7 +66,10 @@ static QbFile* openStdio(const char* name, const char* mode) {
     if (!handle) return nullptr;
     auto* file =
         new (std::nothrow) QbFile{handle, stdioSeek, stdioRead, stdioGetc, stdioGets, stdioTell, stdioClose};
-    if (!file) fclose(handle);
+    if (!file) {
+        fclose(handle);
+        errno = ENOMEM;
+    }
     return file;
 }
 
@@ -147,10 +160,13 @@ QbFile* qbFileOpenMemory(void* data, int32_t size) {
 QbFile* qbFileReadAll(QbFile* file) {
     if (qbFileSeek(file, 0, 2) != 0) return nullptr;
     const long size = qbFileTell(file);
+    if (size > INT32_MAX) errno = EFBIG;
     if (size < 0 || size > INT32_MAX || qbFileSeek(file, 0, 0) != 0) return nullptr;
     const auto bytes = static_cast<size_t>(size);
     std::unique_ptr<uint8_t[]> data(new (std::nothrow) uint8_t[bytes]);
+    errno = data ? ENODATA : ENOMEM; // the first when the file has become shorter; a failed read says more
     if (!data || qbFileRead(data.get(), 1, bytes, file) != bytes) return nullptr;
+    errno = ENOMEM;
     QbFile* memory = qbFileOpenMemory(data.get(), static_cast<int32_t>(size));
     if (!memory) return nullptr;
     memory->close = ownedMemoryClose;
@@ -218,7 +234,9 @@ static QbFile* openTar(const char* name, const char* mode) {
 static QbFile* readWhole(QbFile* file) {
     if (!file) return nullptr;
     QbFile* memory = qbFileReadAll(file);
+    const int error = errno;
     qbFileClose(file);
+    errno = error;
     return memory;
 }
 

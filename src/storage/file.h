@@ -33,8 +33,8 @@ struct QbFileOwner {
 };
 
 // Opens the name behind the root, with the C library's mode; entries of an archive are only read, whatever
-// the mode. Null when it can not be opened, when there is no archive, or when it is closed. Plain names
-// resolve as platform/path.h says, entries by their exact name.
+// the mode. Null when it can not be opened (a plain file with errno), when there is no archive, or when it is
+// closed. Plain names resolve as platform/path.h says, entries by their exact name.
 QbFile* qbFileOpen(const char* name, const char* mode);
 
 int qbFileClose(QbFile* file);
@@ -57,9 +57,10 @@ long qbFileTell(QbFile* file);
 long qbFileSize(QbFile* file);
 // A memory file over a buffer that stays the caller's. Null without memory, or for a negative size.
 QbFile* qbFileOpenMemory(void* data, int32_t size);
-// Reads the whole of `file` into a memory file that owns its buffer; null on failure. `file` stays open.
+// Reads the whole of `file` into a memory file that owns its buffer. `file` stays open. Null on failure, with
+// errno: EFBIG for 2 GiB and more, ENOMEM, ENODATA when the file became shorter, or why it can not be read.
 QbFile* qbFileReadAll(QbFile* file);
-// Opens, reads whole, closes: how the scene reader takes a file. Null on failure.
+// Opens, reads whole, closes: how the scene reader takes a file. Null on failure, with errno as above.
 QbFile* qbFileLoad(const char* name, const char* mode);
 // Bytes and size of a memory file.
 const uint8_t* qbFileData(const QbFile* file);

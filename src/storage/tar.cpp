@@ -1,8 +1,10 @@
 #include "storage/tar.h"
 
+#include "platform/file_bytes.h"
 #include "platform/path.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -60,7 +62,7 @@ static std::string_view nameOf(const tarlib_entry& entry) {
 
 // 1 when an entry's header was read, 0 at the archive's end or the file's.
 static int getheader(std::FILE* stream, tarlib_entry& row) {
-    if (fread(row.header, 1, sizeof(row.header), stream) != sizeof(row.header)) {
+    if (qbFileFill(stream, row.header, sizeof(row.header)) != sizeof(row.header)) {
         printf("getheader: failed to read at 0%x\n", positionForUser(stream));
         return 0;
     }
@@ -114,6 +116,10 @@ static bool scan(std::FILE* stream, tarlib_arch& arch) {
         if (!getheader(stream, row)) break;
         if (!placeEntry(stream, arch, row)) return false;
         if (!nameOf(row).ends_with('/')) ++index;
+    }
+    if (ferror(stream)) { // what can not be read is no end
+        fprintf(stderr, "%s: %s\n", arch.path, strerror(errno));
+        return false;
     }
     if (!resize(table, index)) return false;
     arch.count = static_cast<int32_t>(index); // each entry takes 512 bytes of an offset that fits
@@ -234,7 +240,7 @@ size_t tarlib_fread(void* buffer, size_t size, size_t count, tarlib_file* file) 
         const size_t room = static_cast<size_t>(entry->size - position) / size;
         const size_t asked = std::min(count - items, room);
         if (asked == 0) break;
-        const size_t got = fread(bytes, size, asked, file->stream);
+        const size_t got = qbFileFill(file->stream, bytes, size * asked) / size;
         items += got;
         bytes += got * size;
         if (got < asked) {

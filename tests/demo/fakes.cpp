@@ -54,7 +54,7 @@ FAKE(void, qbLoadingProgress, (int percent), record("progress", percent))
 FAKE(void, qbLoadingClose, (), record("loadingClose"))
 
 FAKE(int, qbMusicLoad, (const char* path, int id), record("musicLoad", path, id))
-FAKE(int, qbMusicExists, (int id), id < 50 && record("musicExists", id) == 0)
+FAKE(int, qbMusicExists, (int id), record("musicExists", id) == 0)
 FAKE(int, qbMusicFree, (int id), record("musicFree", id))
 FAKE(int, qbMusicPlay, (int id), record("musicPlay", id))
 FAKE(int, qbMusicStop, (int id), record("musicStop", id))
@@ -75,15 +75,12 @@ FAKE(int, qbCameraShadersEnable, (), record("cameraShadersEnable"))
 FAKE(int, qbCameraShadersDisable, (), record("cameraShadersDisable"))
 
 // Says as well in which directory the load took place, by its last name.
-int qbSceneLoad(const char* filename, int slot, int firstObject, int firstLight, int firstEmitter,
-                int reuseObjects, const char* directory, int isExtra) {
-    const std::string place = std::filesystem::current_path().filename();
-    return slot >= QB_SCENE_SLOTS ||
-                   record("sceneLoad", filename, slot, firstObject, firstLight, firstEmitter, reuseObjects,
-                          '"' + std::string(directory) + '"', isExtra, "in", place)
-               ? -1
-               : 0;
-}
+FAKE(int, qbSceneLoad,
+     (const char* filename, int slot, int firstObject, int firstLight, int firstEmitter, int reuseObjects,
+      const char* directory, int isExtra),
+     record("sceneLoad", filename, slot, firstObject, firstLight, firstEmitter, reuseObjects,
+            '"' + std::string(directory) + '"', isExtra, "in",
+            std::filesystem::current_path().filename().string()))
 FAKE(void, qbSceneFree, (int id), record("sceneFree", id))
 FAKE(void, qbSceneStart, (int id), record("sceneStart", id))
 FAKE(void, qbSceneStop, (int id), record("sceneStop", id))

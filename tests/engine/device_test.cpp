@@ -89,8 +89,13 @@ TEST_F(DeviceTest, IsOverWhenItsUserOrItsWindowEndsIt) {
         ASSERT_EQ(qbEngineOpen(&setup), 0);
         EXPECT_EQ(qbEngineIsOver(), 0) << "the key still counts as down in the next window";
         Display* display = XOpenDisplay(nullptr);
-        end(display, qbEngineGet()->driver->getExposedVideoData().OpenGLLinux.X11Window);
+        const auto& window = qbEngineGet()->driver->getExposedVideoData().OpenGLLinux;
+        end(display, window.X11Window);
         XCloseDisplay(display);
+        XSync(static_cast<Display*>(window.X11Display), False);
+        const int before = frames;
+        if (end == destroy) qbEngineDrawFrame(); // would write anywhere
+        EXPECT_EQ(frames, before);
         int rounds = 0;
         for (; rounds < 10 && qbEngineIsOver() == 0; ++rounds)
             qbEngineDrawFrame();

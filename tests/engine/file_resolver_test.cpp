@@ -1,6 +1,8 @@
 #include "engine/fixture.h"
 #include "support/temporary_directory.h"
 
+#include <sys/stat.h>
+
 using FileResolverTest = EngineTest;
 
 // Textures of one name in several directories, asked for as on Windows.
@@ -21,4 +23,17 @@ TEST_F(FileResolverTest, TellsFilesAndDirectoriesApart) {
             EXPECT_FALSE(qbEngineGet()->device->getFileSystem()->existFile(name)) << name;
         std::filesystem::current_path(directory.path());
     }
+}
+
+// What never ends, or claims a size that no memory has.
+TEST_F(FileResolverTest, OpensPlainFilesOnly) {
+    const TemporaryDirectory directory;
+    std::filesystem::create_directory("directory.jpg");
+    std::filesystem::create_symlink("/dev/zero", "zero.png");
+    ASSERT_EQ(mkfifo("pipe.png", 0600), 0);
+    directory.write("holes.jpg");
+    directory.write("empty.jpg");
+    std::filesystem::resize_file("holes.jpg", uintmax_t{1} << 40);
+    for (const char* name : {"directory.jpg", "zero.png", "pipe.png", "PIPE.png", "holes.jpg", "empty.jpg"})
+        EXPECT_EQ(qbEngineGet()->driver->getTexture(name), nullptr) << name;
 }

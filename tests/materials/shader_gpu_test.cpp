@@ -137,6 +137,34 @@ TEST_F(ShaderGpu, RecordsOfOneTextShareTheirProgram) {
     }
 }
 
+// The driver parts with no material type: what is loaded anew takes that of the record that is gone, and
+// nothing of its values.
+TEST_F(ShaderGpu, AReleasedRecordLeavesItsProgramToTheNext) {
+    for (const std::string kind : {"float", "floatN"}) {
+        const std::string text = "//[QUAB_BEGIN]\n//" + kind + " Grey : 0.5; pixel\n//[QUAB_END]\n" +
+                                 "float Grey = 0.5;\n"
+                                 "float4 vertexMain(float4 p : POSITION) : POSITION { return p; }\n"
+                                 "float4 pixelMain() : COLOR0 { return Grey; }\n";
+        QbIrrShader* gone = load(text);
+        const int type = gone->materialType;
+        const u32 renderers = driver->getMaterialRendererCount();
+        const int records = qbShaderRecordCount();
+        const float dark = 0.25F;
+        qbShaderSetFloat(gone, "Grey", dark);
+        qbShaderSetFloatN(gone, "Grey", &dark, 1);
+        draw(gone);
+        EXPECT_EQ(at(4, 4)[0], dark) << kind;
+        qbShaderRelease(gone);
+        EXPECT_EQ(qbShaderRecordCount(), records - 1);
+        const QbIrrShader* next = load(text);
+        EXPECT_EQ(next->materialType, type);
+        EXPECT_EQ(driver->getMaterialRendererCount(), renderers);
+        EXPECT_EQ(qbShaderRecordCount(), records);
+        draw(next);
+        EXPECT_EQ(at(4, 4)[0], 0.5F) << kind;
+    }
+}
+
 // An empty layer is black, whatever the draw before left on its unit.
 TEST_F(ShaderGpu, EmptyLayersSampleNothing) {
     const std::string vertex = "float4 vertexMain(float4 p : POSITION) : POSITION { return p; }\n";

@@ -4,6 +4,7 @@
 #include <clocale>
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -33,6 +34,18 @@ TEST(Process, KeepsNumbersPlainWhateverALibraryDoes) {
     EXPECT_STREQ(setlocale(LC_NUMERIC, nullptr), "C");
     EXPECT_STREQ(setlocale(LC_CTYPE, nullptr), "C.UTF-8"); // names keep their encoding
     setlocale(LC_ALL, "C");
+}
+
+// Or the next file and socket would get what is printed.
+TEST(Process, FillsClosedStreams) {
+    const auto run = [] {
+        for (const int stream : {0, 2, 1})
+            close(stream);
+        qbProcessStart(0, nullptr);
+        const bool taken = write(1, "", 1) == 1 && write(2, "", 1) == 1;
+        _exit(taken && open("/dev/null", O_RDONLY) > 2 ? 0 : 1);
+    };
+    EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");
 }
 
 // A process that gets one signal, or the same wish twice at once, and another one later.

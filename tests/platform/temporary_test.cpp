@@ -1,5 +1,6 @@
 #include "platform/temporary.h"
 
+#include "support/in_process.h"
 #include "support/temporary_directory.h"
 
 #include <cerrno>
@@ -29,30 +30,6 @@ protected:
 
 } // namespace
 
-TEST_F(Temporary, TellsTheSystemsDirectory) {
-    directory.write("file");
-    const struct {
-        std::string value;
-        int error;
-    } cases[] = {{directory.makeDeep(2047), 0},
-                 {directory.makeDeep(2048), ENAMETOOLONG},
-                 {directory.path() + "/", 0},
-                 {"/", 0},
-                 {".", EINVAL},
-                 {"./missing", ENOENT},
-                 {directory.path() + "/file", ENOTDIR}};
-    for (const auto& [value, error] : cases) {
-        setenv("TMPDIR", value.c_str(), 1);
-        errno = 0;
-        const std::string told = qbTemporaryDirectory();
-        EXPECT_EQ(told.empty() ? errno : 0, error) << value;
-        if (error == 0) {
-            EXPECT_EQ(told, value.back() == '/' ? value : value + '/');
-        }
-    }
-    unsetenv("TMPDIR");
-}
-
 TEST_F(Temporary, HoldsADirectoryForOneAndDeletesItWithoutFollowingLinks) {
     directory.write("outside/kept", "text");
     directory.write("held/left/behind", "text"); // by an earlier run, open to everybody
@@ -69,12 +46,10 @@ TEST_F(Temporary, HoldsADirectoryForOneAndDeletesItWithoutFollowingLinks) {
     fs::create_symlink("../outside", path + "/link");
     fs::create_symlink("../../outside/kept", path + "/a/link");
     fs::create_symlink("nowhere", path + "/a/b/dangling");
-    const pid_t process = fork();
-    if (process == 0) {
-        qbDirectoryRemove(held); // is not this process's to delete
-        _exit(0);
-    }
-    waitpid(process, nullptr, 0);
+    inProcess([&] {
+        qbDirectoryRemove(held); // is not that process's to delete
+        return 0;
+    });
     EXPECT_TRUE(fs::exists(path + "/a/b/c/file"));
     EXPECT_EQ(qbDirectoryHold(path.c_str(), &second), QB_HOLD_BUSY);
     qbDirectoryRemove(held);
@@ -94,8 +69,7 @@ TEST_F(Temporary, NeverDeletesWhatTookTheNameOfItsDirectory) {
 }
 
 TEST_F(Temporary, RefusesWhatIsNoDirectoryOfThisUser) {
-    fs::create_directory(directory.path() + "/target");
-    directory.write("file");
+    fs::create_directory("target");
     const struct {
         std::function<void()> make;
         QbHoldResult result;
@@ -104,31 +78,23 @@ TEST_F(Temporary, RefusesWhatIsNoDirectoryOfThisUser) {
         {[&] { fs::create_directory_symlink("target", path); }, QB_HOLD_REFUSED, ELOOP},
         {[&] { fs::create_symlink("nowhere", path); }, QB_HOLD_REFUSED, ELOOP},
         {[&] { directory.write("held"); }, QB_HOLD_REFUSED, ENOTDIR},
-        {[&] { mkfifo(path.c_str(), 0600); }, QB_HOLD_REFUSED, ENOTDIR},
         {[&] { path = directory.path() + "/missing/held"; }, QB_HOLD_NOT_CREATED, ENOENT},
-        {[&] { path = directory.path() + "/file/held"; }, QB_HOLD_NOT_CREATED, ENOTDIR},
-        {[&] { path = directory.path() + '/' + std::string(256, 'n'); }, QB_HOLD_NOT_CREATED, ENAMETOOLONG},
     };
     for (const auto& [make, result, error] : cases) {
         make();
         EXPECT_EQ(hold(), result);
         EXPECT_EQ(errno, error) << path;
         EXPECT_EQ(held, nullptr);
-        fs::remove(directory.path() + "/held");
+        fs::remove(path);
     }
-    EXPECT_EQ(modeOf(directory.path() + "/target") & 0700U, 0700U);
-    EXPECT_FALSE(fs::exists(directory.path() + "/nowhere"));
 }
 
 TEST_F(Temporary, TellsThatItIsAnotherUsersToOneWhoMayNotEvenOpenIt) {
     if (geteuid() != 0) GTEST_SKIP() << "only root can become somebody else";
     ASSERT_EQ(mkdir(path.c_str(), 0700), 0);
     ASSERT_EQ(chmod(directory.path().c_str(), 0755), 0);
-    const pid_t process = fork();
-    if (process == 0) _exit(setuid(12345) == 0 && hold() == QB_HOLD_REFUSED && errno == EPERM ? 0 : 1);
-    int status = -1;
-    waitpid(process, &status, 0);
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(inProcess([&] { return setuid(12345) == 0 && hold() == QB_HOLD_REFUSED && errno == EPERM; }),
+              W_EXITCODE(1, 0));
 }
 
 // Each time it gets the directory a process makes a file that nobody else may have made or remove.

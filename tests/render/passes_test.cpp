@@ -16,7 +16,7 @@ static const double TOLERANCE = 2.0 / 255 + 1e-6;
 // Of a depth: 11 bits of mantissa, and as much again for a vertex that moves by 1/256 pixel.
 static const double DEPTH_TOLERANCE = 1.0 / 1024;
 static const double FAR = 1000;
-static int width = 97, height = 61; // of the picture; odd, so that the half targets are rounded
+static const int width = 97, height = 61; // of the picture; odd, so that the half targets are rounded
 
 // --- maps -----------------------------------------------------------------------------------------------
 
@@ -175,7 +175,6 @@ protected:
     void expectLight();
     void expectFinal();
     void expectWindow(QbRefPicture scene);
-    void expectScenes();
 
     QbRefView view_;
     std::array<QbRef3, 4> corners_ = qbRefFarCorners(1, 1.0 * width / height, FAR);
@@ -183,19 +182,6 @@ protected:
     std::vector<QbRefLight> lights_; // view space
     std::vector<QbSurfaceValues> surfaces_;
     QbRefHits hits_;
-};
-
-class EvenPassesTest : public PassesTest {
-public:
-    EvenPassesTest() {
-        width = 96;
-        height = 64;
-        corners_ = qbRefFarCorners(1, 1.0 * width / height, FAR);
-    }
-    ~EvenPassesTest() override {
-        width = 97;
-        height = 61;
-    }
 };
 
 } // namespace
@@ -214,7 +200,7 @@ void PassesTest::begin(vector3df eye, vector3df target, uint32_t ambient,
     clear();
     surfaces_.clear();
     lookAt(eye, target, 1.0F);
-    view_ = qbRefLookAt(toRef(eye), toRef(target), {0, 1, 0});
+    view_ = qbRefLookAt(toRef(eye), toRef(target));
     lights_ = lights;
     for (QbRefLight& light : lights_) {
         addLight(light);
@@ -376,30 +362,15 @@ static void balls(PassesTest& stage) {
                  point({4, -4, 20}, 25, {0, 0, 1})});
     stage.put(stageSphere({-6, 0, 26}, 6), shiny(0.9F, 0.2F));
     stage.put(stageSphere({7, 1, 28}, 6), shiny(0.5F, 0));
-    stage.put(stageQuad({-40, -20, 45}, {80, 0, 0}, {0, 40, 4}), shiny(0.1F, 0.3F));
-}
-
-static void cubes(PassesTest& stage) {
-    stage.begin({0, 12, -2}, {1, 2, 20}, 0x202020, {point({4, 14, 6}, 35, {1.5, 1.2, 0.9})});
-    scene::ISceneNode* box = stage.put(stageBox({8, 5, 6}), shiny(0.6F, 1));
-    box->setPosition(vector3df(2, 3, 18));
-    box->setRotation(vector3df(10, 35, -20));
-    box->setScale(vector3df(1, 2, 1));
-    stage.put(stageQuad({-30, -4, 0}, {60, 0, 0}, {0, 0, 60}), shiny(0.2F, 0.5F));
-}
-
-static void hills(PassesTest& stage) {
-    stage.begin({0, 9, 0}, {0, 0, 30}, 0x0C1018,
-                {point({-10, 0, 35}, 25, {1, 0, 0}), point({10, 0, 35}, -25, {0, 0, 1}),
-                 distant({0, -1, 0.4}, {0.2, 0.2, 0.1}),
-                 spot({0, 20, 30}, {0.1, -1, 0.1}, 50, 15, 40, {0.5, 0.5, 0.5})});
-    stage.put(stageHills({0, -6, 40}, 60, 3, 16), shiny(0.4F, 0.2F));
+    stage.put(stageQuad({-40, -20, 45}, {80, 0, 0}, {0, 40, 4}), shiny(0.1F, 1));
+    // Leaves the picture through the far plane.
+    stage.put(stageQuad({-900, -900, 880}, {1800, 0, 0}, {0, 1800, 90}), shiny(0.4F, 0.2F));
 }
 
 // Lights that end within the picture: by their range, by their cone, by a cone all but without a soft edge.
 static void pools(PassesTest& stage) {
     stage.begin({0, 0, 0}, {0, 0, 10}, 0,
-                {point({-9, 4, 27}, 7, {1, 1, 1}),
+                {point({-9, 4, 27}, -7, {1, 1, 1}),
                  spot({8, 5, 18}, {0.1, -0.2, 1}, 60, 12, 25, {1, 0.8, 0.6}),
                  spot({-6, -6, 20}, {-0.1, 0.1, 1}, 12, 30, 45, {0.6, 1, 0.8}),
                  spot({6, -7, 22}, {0.2, 0.1, 1}, 80, 25, 25.5, {0.8, 0.6, 1})});
@@ -465,12 +436,12 @@ static void mirrors(PassesTest& stage) {
 
 // --- tests ----------------------------------------------------------------------------------------------
 
-void PassesTest::expectScenes() {
+TEST_F(PassesTest, TargetsHoldWhatTheFormulasSay) {
     static const struct {
         const char* name;
         void (*build)(PassesTest& stage);
-    } scenes[] = {{"balls", balls}, {"cubes", cubes}, {"hills", hills},     {"pools", pools},
-                  {"slope", slope}, {"maps", maps},   {"mirrors", mirrors}, {"reflections", reflections}};
+    } scenes[] = {{"balls", balls}, {"pools", pools},     {"slope", slope},
+                  {"maps", maps},   {"mirrors", mirrors}, {"reflections", reflections}};
     for (const auto& scene : scenes) {
         SCOPED_TRACE(scene.name);
         scene.build(*this);
@@ -485,14 +456,6 @@ void PassesTest::expectScenes() {
         qbEngineSetDepthOfField(0, 100, 2);
     }
     EXPECT_TRUE(messages.empty()) << messages.front();
-}
-
-TEST_F(PassesTest, TargetsHoldWhatTheFormulasSay) {
-    expectScenes();
-}
-
-TEST_F(EvenPassesTest, TargetsHoldWhatTheFormulasSay) {
-    expectScenes();
 }
 
 // Both blurs multiply what they read by 9/4, and with it the roundings of the two copies before the first.
@@ -528,37 +491,5 @@ TEST_F(PassesTest, GlowFollowsItsFormulasAndOnlyWhenItIsOn) {
         expectSame("across", across, 5.0 / 255, qbRefBlurPass(bright, {distance, 0}));
         expectSame("down", down, 3.0 / 255, qbRefBlurPass(across, {0, distance}));
         expectSame("composed", scene, TOLERANCE, qbRefCompose(frame, down, setting.intensity));
-        QbRefPicture turned = scene;
-        std::reverse(turned.texels.begin(), turned.texels.end());
-        expectSame("symmetry", scene, 1.1 / 255, turned);
-    }
-}
-
-// A light is drawn only where its range can reach, and not a pixel is missing.
-TEST_F(PassesTest, LimitOfALightChangesNoPixel) {
-    static const struct {
-        const char* name;
-        QbRef3 position;
-        double range;
-        bool isSeen;
-    } lights[] = {
-        {"at the side", {-26, 0, 35}, 12, true},
-        {"outside", {90, 0, 30}, 20, false},
-        {"behind", {0, 5, -20}, 15, false},
-        {"across the near plane", {20, -4, 4}, 17, true},
-        {"tiny", {0, -6, 30}, 0.9, true},
-        {"huge", {50, 300, -500}, 900, true},
-        {"of a negative range", {9, 2, 30}, -8, true},
-    };
-    for (const auto& light : lights) {
-        SCOPED_TRACE(light.name);
-        // So bright that what lies inside by a hair is seen.
-        begin({0, 9, 0}, {0, 0, 30}, 0, {point(light.position, light.range, {200, 200, 200})});
-        // A wall through the widest of the range, so far behind the light that it is not edge on.
-        const double z = std::max(light.position.z + 0.15 * std::abs(light.range), 12.0);
-        put(stageQuad({-200, -200, static_cast<float>(z)}, {400, 0, 0}, {0, 400, 0}), shiny(0.4F, 0.2F));
-        draw();
-        expectLight();
-        EXPECT_EQ(read(state()->lightRTT).texels != QbRefPicture(width, height).texels, light.isSeen);
     }
 }

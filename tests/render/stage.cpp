@@ -43,40 +43,6 @@ StageMesh stageSphere(vector3df center, float radius) {
     return mesh;
 }
 
-StageMesh stageBox(vector3df size) {
-    const vector3df low = size * -0.5F, x(size.X, 0, 0), y(0, size.Y, 0), z(0, 0, size.Z);
-    const StageMesh sides[] = {stageQuad(low, x, y),      stageQuad(low + x + z, -x, y),
-                               stageQuad(low + z, -z, y), stageQuad(low + x, z, y),
-                               stageQuad(low + y, x, z),  stageQuad(low + z, x, -z)};
-    StageMesh mesh;
-    for (const StageMesh& side : sides) {
-        const size_t base = mesh.vertices.size();
-        mesh.vertices.insert(mesh.vertices.end(), side.vertices.begin(), side.vertices.end());
-        for (const u16 index : side.indices)
-            mesh.indices.push_back(static_cast<u16>(base + index));
-    }
-    return mesh;
-}
-
-StageMesh stageHills(vector3df center, float size, float height, int cells) {
-    StageMesh mesh;
-    const float wave = 2.0F * core::PI / size;
-    for (int i = 0; i < (cells + 1) * (cells + 1); ++i) {
-        const int column = i % (cells + 1), row = i / (cells + 1);
-        const float u = static_cast<float>(column) / static_cast<float>(cells);
-        const float v = static_cast<float>(row) / static_cast<float>(cells);
-        const float x = (u - 0.5F) * size, z = (0.5F - v) * size;
-        const float y = height * std::sin(wave * x) * std::cos(wave * z);
-        vector3df normal(-height * wave * std::cos(wave * x) * std::cos(wave * z), 1.0F,
-                         height * wave * std::sin(wave * x) * std::sin(wave * z));
-        mesh.vertices.push_back(vertexAt(center + vector3df(x, y, z), normal.normalize(), u, v));
-        if (column == cells || row == cells) continue;
-        for (const int corner : {i, i + 1, i + cells + 1, i + 1, i + cells + 2, i + cells + 1})
-            mesh.indices.push_back(static_cast<u16>(corner));
-    }
-    return mesh;
-}
-
 // --- surfaces -------------------------------------------------------------------------------------------
 
 StageSurface::StageSurface() {

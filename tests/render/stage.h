@@ -23,12 +23,8 @@ struct StageMesh {
 // A parallelogram from `corner` along `right` and `up`, facing against right x up; uv (0, 0) at the far end
 // of `up`.
 StageMesh stageQuad(irr::core::vector3df corner, irr::core::vector3df right, irr::core::vector3df up);
-// Around the origin, flat.
-StageMesh stageBox(irr::core::vector3df size);
 // Smooth normals, uv by longitude and latitude.
 StageMesh stageSphere(irr::core::vector3df center, float radius);
-// cells x cells squares over size x size in the XZ plane, heights by sines; smooth normals.
-StageMesh stageHills(irr::core::vector3df center, float size, float height, int cells);
 
 // Values of one surface: white, diffuse 1, nothing else.
 class StageSurface {

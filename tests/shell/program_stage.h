@@ -30,12 +30,10 @@ protected:
 
     // A box of 40 units in `color`, lit by itself, and a scene that moves it right by 20 units a second for
     // four seconds, before a backdrop of one colour.
-    static void writeBox(const std::filesystem::path& path, std::array<float, 3> color,
-                         const char* texture = "") {
+    static void writeBox(const std::filesystem::path& path, std::array<float, 3> color) {
         QbExportMesh mesh = qbShapeBox({40, 40, 40});
         QbExportMaterial material;
         material.emissive = color;
-        material.textureFileName = texture;
         mesh.materials.push_back(material);
         std::string error;
         ASSERT_EQ(qbMeshExportSave(mesh, QB_EXPORT_X_TEXT, path, error), 0) << error;

@@ -7,6 +7,7 @@
 #include "support/fake.h"
 #include "support/messages.h"
 
+#include <algorithm>
 #include <cstring>
 #include <gtest/gtest.h>
 
@@ -23,13 +24,12 @@ struct Step {
 
 // A scene of frames 10 to 110 at 25 frames a second: 4000 ms.
 struct World {
-    int result = 0; // of loading, opening and saving
+    int result = 0; // of loading and opening
     int framesPerSecond = 25;
     int duration = 4000;
     bool active = true;
     std::vector<Step> steps;
     size_t frame = 0;
-    Step step; // of this frame
     Ints updates;
     Strings calls, texts;
     int sleeps = 0, drawn = 0;
@@ -42,38 +42,43 @@ protected:
     void SetUp() override { world = World(); }
     Messages messages;
 
-    static int scene(std::vector<Step> steps, uint32_t flags = 0, int frame = 0,
-                     const char* name = "a.quab") {
-        world.frame = 0;
-        world.steps = std::move(steps);
-        world.step = world.steps.empty() ? Step() : world.steps[0];
-        const QbViewOptions options = {flags, frame};
-        return qbSceneView(name, &options);
+    // The calls of one run.
+    static Strings scene(uint32_t flags, const char* name, int expected = 0) {
+        world.calls.clear();
+        const QbViewOptions options = {flags, 0};
+        EXPECT_EQ(qbSceneView(name, &options), expected);
+        return world.calls;
     }
     // The positions that a fresh scene shows.
     static Ints shown(std::vector<Step> steps, uint32_t flags = 0, int frame = 0) {
         world.updates.clear();
-        scene(std::move(steps), flags, frame);
+        world.frame = 0;
+        world.steps = std::move(steps);
+        const QbViewOptions options = {flags, frame};
+        qbSceneView("a.quab", &options);
         return world.updates;
     }
 };
 
-void record(const std::string& call) {
-    world.calls.push_back(call);
+template <class... Arguments>
+int called(const char* name, const Arguments&... arguments) {
+    world.calls.push_back(callText(name, arguments...));
+    return 0;
+}
+
+// Of this frame; before the first one the clock stands there already.
+const Step& step() {
+    return world.steps[std::max<size_t>(world.frame, 1) - 1];
 }
 
 uint8_t isDown(char key) {
-    return strchr(world.step.keys, key) ? 1 : 0;
+    return strchr(step().keys, key) ? 1 : 0;
 }
 
 } // namespace
 
-int qbEngineIsOver() {
-    if (world.frame == world.steps.size()) return 1;
-    world.step = world.steps[world.frame++];
-    return 0;
-}
-FAKE(int, qbEngineTime, (), world.step.now)
+FAKE(int, qbEngineIsOver, (), world.frame++ >= world.steps.size())
+FAKE(int, qbEngineTime, (), world.steps.empty() ? 0 : step().now)
 FAKE(int, qbEngineIsActive, (), world.active)
 FAKE(void, qbEngineSleep, (int milliseconds), world.sleeps += milliseconds)
 FAKE(void, qbEngineWarmUp, (), static_cast<void>(0))
@@ -84,30 +89,24 @@ FAKE(uint8_t, qbKeySpace, (), isDown('s'))
 FAKE(uint8_t, qbKeyShift, (), isDown('S'))
 FAKE(uint8_t, qbKeyLeft, (), isDown('l'))
 FAKE(uint8_t, qbKeyRight, (), isDown('r'))
-int qbSceneLoad(const char* name, int slot, int object, int light, int emitter, int reuse,
-                const char* directory, int isExtra) {
-    record(callText("load", name, slot, object, light, emitter, reuse, directory, isExtra));
-    return world.result;
-}
-FAKE(void, qbSceneFree, (int slot), record(callText("free", slot)))
-FAKE(void, qbSceneStart, (int slot), record(callText("start", slot)))
+FAKE(int, qbSceneLoad,
+     (const char* name, int slot, int object, int light, int emitter, int reuse, const char* directory,
+      int isExtra),
+     called("load", name, slot, object, light, emitter, reuse, directory, isExtra) + world.result)
+FAKE(void, qbSceneFree, (int slot), called("free", slot))
+FAKE(void, qbSceneStart, (int slot), called("start", slot))
 FAKE(void, qbSceneUpdate, (int, int32_t time), world.updates.push_back(time))
 FAKE(int, qbSceneDurationMs, (int), world.duration)
 FAKE(int, qbSceneFramesPerSecond, (int), world.framesPerSecond)
 FAKE(int, qbSceneFirstFrame, (int), 10)
-FAKE(int, qbSceneSaveBinary, (int, const char* path), (record(callText("save", path)), world.result))
-FAKE(void, qbSceneSetReportLoadErrors, (int report), record(callText("report", report)))
-const char* qbOpenFileDialog(const char* title, const QbFileFilter* filters, int count) {
-    record(callText(title, filters[0].label, filters[0].patterns, filters[1].patterns, count));
-    return nullptr;
-}
-QbSceneHandle* qbSceneOpen(const char* name) {
-    static QbSceneHandle handle;
-    record(callText("open", name));
-    return world.result == 0 ? &handle : nullptr;
-}
-FAKE(void, qbSceneClose, (QbSceneHandle*), record("close"))
-FAKE(int, qbSceneSave, (QbSceneHandle*, const char* path), (record(callText("save", path)), 0))
+FAKE(int, qbSceneSaveBinary, (int, const char* path), called("save", path) - 1) // a view goes on
+FAKE(void, qbSceneSetReportLoadErrors, (int report), called("report", report))
+FAKE(const char*, qbOpenFileDialog, (const char* title, const QbFileFilter* filters, int count),
+     (called(title, filters[0].label, filters[0].patterns, filters[1].patterns, count), nullptr))
+FAKE(QbSceneHandle*, qbSceneOpen, (const char* name),
+     called("open", name) + world.result == 0 ? new QbSceneHandle() : nullptr)
+FAKE(void, qbSceneClose, (QbSceneHandle * scene), (called("close"), delete scene))
+FAKE(int, qbSceneSave, (QbSceneHandle*, const char* path), called("save", path))
 
 TEST_F(SceneView, PlaysByTheClockAndEndsPausedOnTheLastPicture) {
     // The frame that passes the end shows it; the pause begins behind it, and its first frame shows the same
@@ -150,42 +149,43 @@ TEST_F(SceneView, StartsAtAFrameAndSeeksPastTheEndsOfTheLongestScene) {
                                              {-7, 0},    {INT32_MIN, 0}, {INT32_MAX, 4000}};
     for (const auto& [frame, position] : cases)
         EXPECT_EQ(shown({{777}}, QB_VIEW_FRAME_START | QB_VIEW_PAUSED, frame), (Ints{position})) << frame;
-    for (const uint32_t flags : {0U, uint32_t{QB_VIEW_PAUSED}}) {
-        world.duration = INT32_MAX;
-        const Ints all = shown({{1000, "rS"}, {1000, "rS"}, {1000}}, flags | QB_VIEW_FRAME_START, INT32_MAX);
-        EXPECT_EQ(all.front(), INT32_MAX) << flags;
-        EXPECT_EQ(all.back(), INT32_MAX) << flags;
-    }
+    world.duration = INT32_MAX;
+    for (const uint32_t flags : {0U, uint32_t{QB_VIEW_PAUSED}})
+        EXPECT_EQ(shown({{1000, "rS"}, {1000, "rS"}, {1000}}, flags | QB_VIEW_FRAME_START, INT32_MAX).back(),
+                  INT32_MAX);
     // Last frame before the first, or no frame rate: nothing to play, but nothing to fall over either.
     world.duration = INT32_MIN;
-    for (const char* keys : {"lS", "elS"})
-        EXPECT_EQ(shown({{1000, keys}, {1000, keys}, {1000, keys}}).front(), INT32_MIN);
+    EXPECT_EQ(shown({{1000, "lS"}, {1000, "elS"}, {1000, "lS"}}).front(), INT32_MIN);
     world.framesPerSecond = 0;
     shown({{0}}, QB_VIEW_FRAME_START, 40);
 }
 
 TEST_F(SceneView, ConvertsBeforePlayingAndWithoutAnEngine) {
-    const char load[] = "load a.quab 1 1 0 0 0  0";
     enum { CONVERT = QB_VIEW_BINARY | QB_VIEW_CONVERT_ONLY };
-    scene({}, QB_VIEW_BINARY);
-    EXPECT_EQ(world.calls, (Strings{"report 1", load, "save a.quab.bin", "start 1", "free 1"}));
-    world.calls.clear();
-    scene({}, QB_VIEW_BINARY, 0, "a.lws.ini.bin"); // binary already
-    EXPECT_EQ(world.calls[2], "start 1");
-    world.calls.clear();
-    scene({}, CONVERT);
-    EXPECT_EQ(world.calls, (Strings{"open a.quab", "save a.quab.bin", "close"}));
-    world.calls.clear();
-    scene({}, CONVERT, 0, nullptr); // the dialog is cancelled
-    EXPECT_EQ(world.calls,
-              (Strings{"Open Quab scene for binary convert Quab Scene (lws.ini) *.lws.ini *.* 2"}));
-    world.calls.clear();
+    const std::string load = " 1 1 0 0 0  0";
+    EXPECT_EQ(scene(QB_VIEW_BINARY, "a.quab"),
+              (Strings{"report 1", "load a.quab" + load, "save a.quab.bin", "start 1", "free 1"}));
+    EXPECT_EQ(scene(QB_VIEW_BINARY, "a.lws.ini.bin"), // binary already
+              (Strings{"report 1", "load a.lws.ini.bin" + load, "start 1", "free 1"}));
+    EXPECT_EQ(scene(CONVERT, "a.quab"), (Strings{"open a.quab", "save a.quab.bin", "close"}));
+    EXPECT_EQ(scene(CONVERT, nullptr, -1), // the dialog is cancelled
+              Strings{"Open Quab scene for binary convert Quab Scene (lws.ini) *.lws.ini *.* 2"});
     // A directory that is not there is not taken for the current one.
-    EXPECT_EQ(scene({}, QB_VIEW_BINARY, 0, "nowhere/a.quab"), -1);
-    EXPECT_TRUE(world.calls.empty());
+    EXPECT_EQ(scene(QB_VIEW_BINARY, "nowhere/a.quab", -1), Strings());
     world.result = -1;
-    EXPECT_EQ(scene({}, QB_VIEW_BINARY), -1);
-    EXPECT_EQ(scene({}, CONVERT), -1);
-    EXPECT_EQ(messages.texts(), Strings(3, "Failed to load scene"));
-    EXPECT_EQ(world.drawn, 2 * 2) << "a failed load is shown";
+    EXPECT_EQ(scene(QB_VIEW_BINARY, "a.quab", -1).size(), 2U);
+    EXPECT_EQ(scene(CONVERT, "a.quab", -1).size(), 1U);
+    Strings said(4, "Failed to load scene");
+    said[0] = "Failed to save scene to binary a.quab.bin";
+    EXPECT_EQ(messages.texts(), said);
+}
+
+TEST_F(SceneView, RefusesNamesAndDirectoriesOfMoreThan256Characters) {
+    const std::string too = " of the scene is longer than 256 characters. Move or rename it: '";
+    const std::string fits(256, 'n'), directory = std::string(255, 'd') + "/";
+    EXPECT_EQ(scene(0, fits.c_str())[1], "load " + fits + " 1 1 0 0 0  0");
+    for (const std::string& path : {fits + "n", directory + "a.quab", "d" + directory + "a.quab"})
+        scene(0, path.c_str(), -1);
+    EXPECT_EQ(messages.texts(), (Strings{"The name" + too + fits + "n'", "Failed to load scene", // not there
+                                         "The directory" + too + "d" + directory + "'"}));
 }

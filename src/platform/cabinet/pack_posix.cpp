@@ -248,6 +248,8 @@ int qbCabinetPack(const QbCabinetPacking& packing, std::string& command, std::st
         return failWith(reason, "the tool gcab is missing: install the package gcab, or put gcab beside the "
                                 "program or on the PATH");
     if (clearPlace(packing.cabinet, reason) != 0) return -1;
-    if (runTool(arguments, base, packing.output, reason) != 0) return -1;
-    return checkCabinet(packing, entries, reason);
+    if (runTool(arguments, base, packing.output, reason) == 0 && checkCabinet(packing, entries, reason) == 0)
+        return 0;
+    unlink(packing.cabinet.c_str()); // half a cabinet is of no use to anybody
+    return -1;
 }

@@ -18,6 +18,8 @@
 
 namespace {
 
+enum { BLOCK_HEADER_BYTES = 8 }; // in front of each block of data
+
 // What libmspack may reach: one cabinet to read, one file to write. It opens "the cabinet" again and again,
 // and gets the same descriptor each time, since a file of the cabinet may have taken the place of its name by
 // then.
@@ -85,7 +87,7 @@ int writeFile(mspack_file* file, void* buffer, int bytes) {
         const ssize_t put = write(system.output.number(), static_cast<const char*>(buffer) + done,
                                   static_cast<size_t>(bytes - done));
         if (put < 0 && errno == EINTR) continue;
-        if (put < 0) return failWith(system, errno);
+        if (put <= 0) return failWith(system, put < 0 ? errno : EIO);
         done += static_cast<int>(put);
     }
     system.room -= static_cast<uint64_t>(bytes);
@@ -181,6 +183,28 @@ int reportUnwritten(const Reader& reader, const char* file, int error) {
     return error;
 }
 
+// Packers write the files of a folder side by side and in order, each folder over data of its own. What
+// overlaps or goes back makes a few kilobytes unpack to any size, or the same data be read again for each
+// file.
+int checkLayout(const Reader& reader) {
+    const char* nonsense = damageText(MSPACK_ERR_DATAFORMAT);
+    uint64_t blocks = 0;
+    for (const mscabd_folder* folder = reader.contents->folders; folder; folder = folder->next)
+        blocks += folder->num_blocks;
+    if (blocks > reader.contents->length / BLOCK_HEADER_BYTES) return reportDamage(reader, nullptr, nonsense);
+
+    const mscabd_folder* folder = reader.contents->folders;
+    for (const mscabd_file* file = reader.contents->files; file; file = file->next) {
+        while (folder && folder != file->folder)
+            folder = folder->next;
+        const mscabd_file* next = file->next;
+        const bool overlaps =
+            next && next->folder == file->folder && next->offset < uint64_t{file->offset} + file->length;
+        if (!folder || overlaps) return reportDamage(reader, file->filename, nonsense);
+    }
+    return 0;
+}
+
 int openCabinet(Reader& reader, const char* path) {
     reader.path = path;
     System& system = reader.system;
@@ -204,7 +228,7 @@ int openCabinet(Reader& reader, const char* path) {
         return reportDamage(reader, nullptr, damageText(MSPACK_ERR_READ));
     if (reader.contents->flags & (MSCAB_HDR_PREVCAB | MSCAB_HDR_NEXTCAB))
         return reportDamage(reader, nullptr, "it is one of a set, and the others are not here");
-    return 0;
+    return checkLayout(reader);
 }
 
 // Opens a directory, made when it is missing. What an earlier run left under that name, a file or a link,

@@ -127,7 +127,7 @@ static void pollAnswer(void* data) {
     auto* poll = static_cast<Poll*>(data);
     const QbArea area = {poll->window->x() + poll->button->x(), poll->window->y() + poll->button->y(),
                          poll->button->w(), poll->button->h()};
-    const bool down = qbDialogAnswerIsDown(area) != 0;
+    const bool down = qbDialogAnswerIsDown(area);
     if (down && poll->armed) {
         poll->window->hide();
         return;

@@ -146,11 +146,11 @@ static bool keyIsDown(const char (&keys)[32], KeySym symbol) {
     return code != 0 && (static_cast<unsigned char>(keys[code / 8]) >> (code % 8) & 1) != 0;
 }
 
-int qbDialogAnswerIsDown(const QbArea& area) {
+bool qbDialogAnswerIsDown(const QbArea& area) {
     char keys[32] = {};
     XQueryKeymap(fl_display, keys);
     for (const KeySym symbol : {XK_Return, XK_KP_Enter, XK_space, XK_Escape}) {
-        if (keyIsDown(keys, symbol)) return 1;
+        if (keyIsDown(keys, symbol)) return true;
     }
     Window root = 0;
     Window child = 0;
@@ -161,7 +161,7 @@ int qbDialogAnswerIsDown(const QbArea& area) {
     unsigned state = 0;
     if (!XQueryPointer(fl_display, RootWindow(fl_display, fl_screen), &root, &child, &x, &y, &windowX,
                        &windowY, &state))
-        return 0;
+        return false;
     const bool inside = x >= area.x && x < area.x + area.w && y >= area.y && y < area.y + area.h;
-    return inside && (state & (Button1Mask | Button2Mask | Button3Mask)) != 0 ? 1 : 0;
+    return inside && (state & (Button1Mask | Button2Mask | Button3Mask)) != 0;
 }

@@ -52,6 +52,6 @@ QbArea qbDialogPrimaryArea();
 // True when another window holds keyboard or mouse for itself alone, as a show on the whole screen does.
 bool qbDialogInputIsHeld();
 
-// For a window that gets no events while input is held: 1 when Enter, space or Escape is down or a mouse
-// button is down over (x, y, w, h) of the screen, else 0.
-int qbDialogAnswerIsDown(const QbArea& area);
+// For a window that gets no events while input is held: true when Enter, space or Escape is down, or a mouse
+// button over this part of the screen.
+bool qbDialogAnswerIsDown(const QbArea& area);

@@ -83,6 +83,8 @@ static void addTables(Extent& extent, const Elf64_Ehdr& header) {
             extent.unreadable = true;
             return;
         }
+        // What tells the counts is part of the executable, also when it counts no section.
+        add(extent, header.e_shoff, sizeof(first));
         if (segments == PN_XNUM) segments = first.sh_info;
         if (sections == 0) sections = first.sh_size;
     }

@@ -26,9 +26,9 @@ static Program program;
 
 struct QbResource {
     QbDescriptor file;
-    uint64_t offset; // in the file
-    uint64_t size;
-    uint32_t checksum;
+    uint64_t offset = 0; // in the file
+    uint64_t size = 0;
+    uint32_t checksum = 0;
 };
 
 static int openProgram() {
@@ -86,10 +86,14 @@ QbResource* qbResourceOpen(const char* type, int id) {
     examineProgram();
     const int index = qbStoreFind(program.block, type, id);
     if (index < 0) return nullptr;
-    const int file = openProgram();
-    if (file < 0) return nullptr;
+    auto resource = std::make_unique<QbResource>();
+    resource->file.reset(openProgram());
+    if (resource->file.number() < 0) return nullptr;
     const QbStoreEntry& entry = program.block.entries[index];
-    return new QbResource{QbDescriptor(file), program.base + entry.offset, entry.size, entry.checksum};
+    resource->offset = program.base + entry.offset;
+    resource->size = entry.size;
+    resource->checksum = entry.checksum;
+    return resource.release();
 }
 
 uint64_t qbResourceSize(const QbResource* resource) {

@@ -10,5 +10,7 @@ int qbVsyncSet(int on);
 // on the error stream, and one that tells of a lost window is remembered. Calls do not nest.
 void qbWindowGuardBegin();
 void qbWindowGuardEnd(); // harmless without a begin
-// 1 when the window was destroyed from outside, or could not be made, since qbWindowGuardBegin.
+// 1 when the window was destroyed from outside, or could not be made, since qbWindowGuardBegin. Ask before
+// drawing: a software renderer that draws into a window which is gone writes anywhere. Takes the event that
+// tells of it, and no other.
 int qbWindowLost();

@@ -79,5 +79,8 @@ void qbWindowGuardEnd() {
 }
 
 int qbWindowLost() {
+    XEvent event;
+    Display* display = guarding ? glXGetCurrentDisplay() : nullptr;
+    if (display && XCheckTypedEvent(display, DestroyNotify, &event)) windowLost = true;
     return windowLost ? 1 : 0;
 }

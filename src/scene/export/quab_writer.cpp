@@ -330,9 +330,7 @@ static void checkScene(QbChunkWriter& writer, const QbExportScene& scene) {
         qbChunkFail(writer, "framesPerSecond must be above 0");
 }
 
-int qbSceneExportWrite(const QbExportScene& scene, std::vector<uint8_t>& bytes, std::string& error) {
-    bytes.clear();
-    error.clear();
+static int writeForm(const QbExportScene& scene, std::vector<uint8_t>& bytes, std::string& error) {
     QbChunkWriter writer;
     checkScene(writer, scene);
     checkNames(writer, scene);
@@ -350,6 +348,12 @@ int qbSceneExportWrite(const QbExportScene& scene, std::vector<uint8_t>& bytes, 
     if (!error.empty()) return -1;
     bytes = std::move(writer.bytes);
     return 0;
+}
+
+int qbSceneExportWrite(const QbExportScene& scene, std::vector<uint8_t>& bytes, std::string& error) {
+    bytes.clear();
+    error.clear();
+    return qbExportUnlessOutOfMemory(error, [&] { return writeForm(scene, bytes, error); });
 }
 
 int qbSceneExportSave(const QbExportScene& scene, const std::string& path, std::string& error) {

@@ -201,9 +201,8 @@ static void writeBlock(QbXTokens& tokens, const QbExportMesh& mesh, const QbXBlo
     qbXClose(tokens);
 }
 
-int qbMeshExportWrite(const QbExportMesh& mesh, QbExportXFormat format, std::vector<uint8_t>& bytes,
-                      std::string& error) {
-    bytes.clear();
+static int writeMesh(const QbExportMesh& mesh, QbExportXFormat format, std::vector<uint8_t>& bytes,
+                     std::string& error) {
     std::string reason = qbXMeshFault(mesh);
     error = reason.empty() ? reason : "mesh \"" + meshName(mesh) + "\": " + reason;
     if (!error.empty()) return -1;
@@ -218,6 +217,12 @@ int qbMeshExportWrite(const QbExportMesh& mesh, QbExportXFormat format, std::vec
     writeAnimation(tokens, mesh);
     bytes = std::move(tokens.bytes);
     return 0;
+}
+
+int qbMeshExportWrite(const QbExportMesh& mesh, QbExportXFormat format, std::vector<uint8_t>& bytes,
+                      std::string& error) {
+    bytes.clear();
+    return qbExportUnlessOutOfMemory(error, [&] { return writeMesh(mesh, format, bytes, error); });
 }
 
 int qbMeshExportSave(const QbExportMesh& mesh, QbExportXFormat format, const std::string& path,

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <span>
 #include <string>
 #include <string_view>
@@ -197,7 +198,7 @@ void addShaderParam(QbSurface& surface, Lookup& lookup, const QbChannelGroup& no
     if (surface.shaderParamCount >= QB_SHADER_VALUE_PARAMS_MAX) return;
     const auto count = static_cast<size_t>(surface.shaderParamCount);
     void* grown = std::realloc(surface.shaderParams, (count + 1) * sizeof(QbShaderParam));
-    if (!grown) return;
+    if (!grown) throw std::bad_alloc();
     surface.shaderParams = static_cast<QbShaderParam*>(grown);
     surface.shaderParamCount++;
     QbShaderParam& param = surface.shaderParams[count];

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -435,14 +436,21 @@ int qbIffReadFile(QbFile* file) {
     return 0;
 }
 
+// Nothing is said of a file that does not open.
+static void reportUnread(const char* fileName, int error) {
+    if (error == EFBIG)
+        qbMessage("%.512s: the file can not be read whole; a scene file has less than 2 GiB", fileName);
+    else if (error == ENOMEM)
+        qbMessage("%.512s: out of memory", fileName);
+    else if (error == ENODATA || error == EIO)
+        qbMessage("%.512s: the file can not be read to its end (%s); copy it again", fileName,
+                  error == EIO ? std::strerror(error) : "it became shorter meanwhile");
+}
+
 QbFile* qbIffLoad(const char* fileName) {
     QbFile* image = qbFileLoad(fileName, "rb");
-    if (image) return image;
-    QbFile* file = qbFileOpen(fileName, "rb");
-    if (!file) return nullptr;
-    qbFileClose(file);
-    qbMessage("%.512s: the file can not be read whole; a scene file has less than 2 GiB", fileName);
-    return nullptr;
+    if (!image) reportUnread(fileName, errno);
+    return image;
 }
 
 // --- reading by offsets

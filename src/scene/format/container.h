@@ -93,7 +93,7 @@ void qbIffSetChunkCallback(QbChunkCallback callback); // null means none
 int qbIffReadFile(QbFile* file);
 
 // As qbFileLoad, for a file that is to be walked. Null on failure: in silence when the file does not open,
-// with a message when it opens and can not be held whole (2 GiB and more).
+// with a message when it opens and can not be read or held whole (2 GiB and more).
 QbFile* qbIffLoad(const char* fileName);
 
 // Name under which messages about damage speak of the file being walked; null for none. Not copied.

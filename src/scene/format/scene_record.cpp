@@ -450,6 +450,7 @@ static int walkFile(QbFile* file, const char* fileName) {
 QbScene* qbSceneReadImage(QbFile* image, const char* fileName) {
     auto* scene = static_cast<QbScene*>(std::calloc(1, sizeof(QbScene)));
     if (!scene) {
+        qbMessage("%.512s: out of memory", fileName);
         qbFileClose(image);
         return nullptr;
     }

@@ -1,5 +1,6 @@
 #include "scene/format/tables.h"
 
+#include "platform/memory.h"
 #include "platform/text.h"
 #include "scene/format/channel.h"
 #include "scene/format/scene.h"
@@ -7,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <string>
 
 static_assert(static_cast<int>(QB_SURFACE_VALUE_COUNT) == static_cast<int>(QB_SURFACE_PARAM_COUNT));
@@ -449,13 +451,20 @@ int formatOf(const char* fileName) {
 
 } // namespace
 
+static QbSceneHandle* openQuab(const char* fileName) {
+    std::unique_ptr<QbScene, decltype(&qbSceneRecordFree)> scene(qbSceneRead(fileName), qbSceneRecordFree);
+    if (!scene) return nullptr;
+    qbSceneBindChannels(scene.get());
+    auto* handle =
+        new QbSceneHandle{scene.get(),  FORMAT_QUAB, &SCENE_INFO,  &BACKDROP_INFO, &PROCESSING_INFO,
+                          &OBJECT_INFO, &LIGHT_INFO, &CAMERA_INFO, &EMITTER_INFO};
+    static_cast<void>(scene.release());
+    return handle;
+}
+
 QbSceneHandle* qbSceneOpen(const char* fileName) {
     if (!fileName || formatOf(fileName) != FORMAT_QUAB) return nullptr;
-    QbScene* scene = qbSceneRead(fileName);
-    if (!scene) return nullptr;
-    qbSceneBindChannels(scene);
-    return new QbSceneHandle{scene,        FORMAT_QUAB, &SCENE_INFO,  &BACKDROP_INFO, &PROCESSING_INFO,
-                             &OBJECT_INFO, &LIGHT_INFO, &CAMERA_INFO, &EMITTER_INFO};
+    return qbUnlessOutOfMemory<QbSceneHandle*>(fileName, nullptr, [fileName] { return openQuab(fileName); });
 }
 
 void qbSceneClose(QbSceneHandle* handle) {

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -74,7 +75,8 @@ void qbHeightToGrey(double value, double maximum, int32_t* red, int32_t* green, 
     };
     *red = *green = *blue = 0;
     if (!(maximum > 0.0) || !(value > 0.0)) return;
-    const double x = std::min(value, maximum) / maximum * GREY_STEPS;
+    // Two infinities have no quotient.
+    const double x = value < maximum ? value / maximum * GREY_STEPS : GREY_STEPS;
     const double whole = std::floor(x);
     *red = *green = *blue = static_cast<int32_t>(whole);
     for (const auto& addition : additions) {
@@ -122,7 +124,7 @@ static Samples readSamples(std::FILE* file, size_t count) {
     if (!samples) return nullptr;
     for (size_t i = 0; i < count; i++) {
         std::array<unsigned char, 2> bytes{};
-        if (fread(bytes.data(), 1, bytes.size(), file) != bytes.size()) return nullptr;
+        if (qbFileFill(file, bytes.data(), bytes.size()) != bytes.size()) return nullptr;
         samples[i] = static_cast<uint16_t>(bytes[0] | bytes[1] << 8);
     }
     return samples;
@@ -183,7 +185,10 @@ IReadFile* qbHeightMapOpenBmp(const char* path, uint32_t* width, uint32_t* heigh
     if (!file) return nullptr;
     const size_t most = size_t{4} * (QB_BMP_SIDE_MAX + 1) * QB_BMP_SIDE_MAX; // of the largest picture
     QbBmp picture;
-    const std::string problem = qbBmpRead(qbFileBytes(file.get(), most), picture);
+    std::string bytes;
+    const bool isRead = qbFileBytes(file.get(), most, bytes) == 0;
+    const std::string problem =
+        isRead ? qbBmpRead(bytes, picture) : std::string("can not be read: ") + strerror(errno);
     if (!problem.empty()) {
         qbTrace("height map '%s' %s\n", path, problem.c_str());
         qbMessage("height map '%s' %s", path, problem.c_str());

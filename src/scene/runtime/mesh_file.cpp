@@ -8,7 +8,9 @@
 #include "platform/span.h"
 #include "platform/text.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <irrlicht/irrlicht.h>
 #include <memory>
 #include <string_view>
@@ -47,7 +49,11 @@ static void logCut() {
 static IAnimatedMesh* loadX(ISceneManager* smgr, const std::string& path) {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> source(qbPathOpen(path.c_str(), "rb"),
                                                                  &std::fclose);
-    std::string bytes = qbFileBytes(source.get(), QB_X_FILE_MAX);
+    std::string bytes;
+    if (qbFileBytes(source.get(), QB_X_FILE_MAX, bytes) != 0) {
+        qbMessage("%.512s: the mesh can not be read: %s", path.c_str(), strerror(errno));
+        return nullptr;
+    }
     const QbXVerdict verdict = qbXGuardCheck(bytes, path.c_str());
     if (verdict.cut) logCut();
     if (!verdict.message.empty()) {

@@ -116,7 +116,11 @@ bool qbObjectExists(int id) {
 void qbObjectFree(int id) {
     const std::unique_ptr<QbObjectRec> object(objectAt(id));
     if (!object) return;
-    if (ISceneNode* node = qbObjectActiveNode(object.get())) node->remove();
+    if (object->isTerrain)
+        qbTerrainFree(object->terrain);
+    else if (object->node)
+        object->node->remove();
+    qbSurfacesFree(object.get());
     qbIdListRemove(qbEngineGet()->objects, id);
 }
 

@@ -20,6 +20,9 @@ struct QbSceneSlot {
     char directory[QB_SCENE_DIRECTORY_SIZE];
 };
 
+// QbLightInfo's type; any other one is a point light.
+enum { QB_SCENE_LIGHT_DISTANT = 0, QB_SCENE_LIGHT_SPOT = 2 };
+
 // The slot when it holds a scene; null for an empty one and for numbers outside the table.
 QbSceneSlot* qbSceneSlotLoaded(int slot);
 

@@ -2,6 +2,7 @@
 
 #include "engine/camera.h"
 #include "engine/lights.h"
+#include "platform/memory.h"
 #include "platform/message.h"
 #include "platform/span.h"
 #include "platform/text.h"
@@ -14,7 +15,7 @@
 #include <climits>
 #include <cstring>
 
-enum { MESH_NAME_SIZE = 256, LIGHT_DISTANT = 0, LIGHT_SPOT = 2 };
+enum { MESH_NAME_SIZE = 256 };
 
 // Where a hidden extra's objects wait, far behind everything.
 static const float PARKED_Z = -1000000.0F;
@@ -89,12 +90,13 @@ static void forEachEmitter(const QbSceneSlot* slot, Action action) {
 
 // --- searching ------------------------------------------------------------------------------------------
 
-static int findMeshInSlot(const QbSceneSlot* slot, const char* meshFile) {
-    const QbObjectInfo* info = slot->scene->objectInfo;
-    const int count = info->count(slot->scene);
+// By one of the names that an object has.
+static int findObject(const QbSceneSlot* slot, const char* (*nameOf)(QbSceneHandle*, int32_t),
+                      const char* name) {
+    const int count = slot->scene->objectInfo->count(slot->scene);
     for (int i = 0; i < count; i++) {
         const int id = slot->firstObject + i;
-        if (qbObjectExists(id) && sameWithoutCase(info->meshFileName(slot->scene, i), meshFile)) return id;
+        if (qbObjectExists(id) && sameWithoutCase(nameOf(slot->scene, i), name)) return id;
     }
     return -1;
 }
@@ -102,7 +104,7 @@ static int findMeshInSlot(const QbSceneSlot* slot, const char* meshFile) {
 int qbSceneFindObjectByMesh(const char* directory, const char* meshFile) {
     for (const QbSceneSlot& slot : slots) {
         if (!slot.loaded || !sameWithoutCase(slot.directory, directory)) continue;
-        const int id = findMeshInSlot(&slot, meshFile);
+        const int id = findObject(&slot, slot.scene->objectInfo->meshFileName, meshFile);
         if (id != -1) return id;
     }
     return -1;
@@ -110,14 +112,7 @@ int qbSceneFindObjectByMesh(const char* directory, const char* meshFile) {
 
 int qbSceneFindObjectByName(int slot, const char* name) {
     const QbSceneSlot* found = qbSceneSlotLoaded(slot);
-    if (!found) return -1;
-    const QbObjectInfo* info = found->scene->objectInfo;
-    const int count = info->count(found->scene);
-    for (int i = 0; i < count; i++) {
-        const int id = found->firstObject + i;
-        if (qbObjectExists(id) && sameWithoutCase(info->name(found->scene, i), name)) return id;
-    }
-    return -1;
+    return found ? findObject(found, found->scene->objectInfo->name, name) : -1;
 }
 
 // --- loading --------------------------------------------------------------------------------------------
@@ -159,14 +154,10 @@ static void setOpacity(QbSceneHandle* scene, int i, int id) {
     if (transparency != 0.0F) qbObjectSetTransparent(id, 100.0F - transparency * 100.0F);
 }
 
-static void loadObject(const QbSceneSlot* slot, int i, int reuseObjects) {
-    static char name[MESH_NAME_SIZE];
+static int fillObject(const QbSceneSlot* slot, int i, const char* name, int reuseObjects) {
     QbSceneHandle* scene = slot->scene;
     const QbObjectInfo* info = scene->objectInfo;
     const int id = slot->firstObject + i;
-    if (info->isNull(scene, i)) return;
-    copyText(name, info->meshFileName(scene, i)); // the next name asked for overwrites the scene's buffer
-
     createObject(slot, name, id, reuseObjects);
     const bool anyShadows = (scene->sceneInfo->renderOpts(scene) & 1U) != 0;
     if (anyShadows && (info->shadowOpts(scene, i) & 2) != 0) qbObjectReceiveShadows(id);
@@ -174,16 +165,26 @@ static void loadObject(const QbSceneSlot* slot, int i, int reuseObjects) {
     if (slot->isExtra) qbObjectAttachToHolder(id);
     qbObjectSurfacesSet(id);
     setOpacity(scene, i, id);
+    return 0;
+}
+
+static void loadObject(const QbSceneSlot* slot, int i, int reuseObjects) {
+    static char name[MESH_NAME_SIZE];
+    const QbObjectInfo* info = slot->scene->objectInfo;
+    if (info->isNull(slot->scene, i)) return;
+    // The next name asked for overwrites the scene's buffer.
+    copyText(name, info->meshFileName(slot->scene, i));
+    qbUnlessOutOfMemory(name, -1, [=] { return fillObject(slot, i, name, reuseObjects); });
 }
 
 static void loadLight(QbSceneHandle* scene, int i, int id) {
     const QbLightInfo* info = scene->lightInfo;
     qbLightCreate(id);
     switch (info->type(scene, i)) {
-    case LIGHT_DISTANT:
+    case QB_SCENE_LIGHT_DISTANT:
         qbLightSetDirectional(id);
         break;
-    case LIGHT_SPOT: {
+    case QB_SCENE_LIGHT_SPOT: {
         float cone = 0.0F;
         float edge = 0.0F;
         info->coneAngles(scene, i, &cone, &edge, 0.0F);
@@ -244,12 +245,8 @@ static QbSceneHandle* openScene(const char* filename) {
     return qbSceneOpen(filename);
 }
 
-int qbSceneLoad(const char* filename, int slot, int firstObject, int firstLight, int firstEmitter,
-                int reuseObjects, const char* directory, int isExtra) {
-    if (slot < 0 || slot >= QB_SCENE_SLOTS) return -1;
-    qbSceneFree(slot);
-    QbSceneSlot* record = &slots[static_cast<size_t>(slot)];
-    record->isExtra = isExtra;
+static int loadScene(const char* filename, QbSceneSlot* record, int slot, int firstObject, int firstLight,
+                     int firstEmitter, int reuseObjects, const char* directory) {
     record->scene = openScene(filename);
     if (!record->scene) return -1;
 
@@ -257,21 +254,35 @@ int qbSceneLoad(const char* filename, int slot, int firstObject, int firstLight,
     copyText(record->directory, directory);
     record->loaded = 1;
     record->firstObject = firstObject;
+    record->firstLight = firstLight;
+    record->firstEmitter = firstEmitter;
     const int objects = record->scene->objectInfo->count(record->scene);
     for (int i = 0; i < objects; i++)
         loadObject(record, i, reuseObjects);
 
-    record->firstLight = firstLight;
     const int lights = record->isExtra ? 0 : record->scene->lightInfo->count(record->scene);
     for (int i = 0; i < lights; i++)
         loadLight(record->scene, i, firstLight + i);
 
-    record->firstEmitter = firstEmitter;
     loadEmitters(record, slot);
 
     qbSceneStop(slot);
     qbSceneUpdate(slot, 0);
     return 0;
+}
+
+int qbSceneLoad(const char* filename, int slot, int firstObject, int firstLight, int firstEmitter,
+                int reuseObjects, const char* directory, int isExtra) {
+    if (slot < 0 || slot >= QB_SCENE_SLOTS) return -1;
+    qbSceneFree(slot);
+    QbSceneSlot* record = &slots[static_cast<size_t>(slot)];
+    record->isExtra = isExtra;
+    const int result = qbUnlessOutOfMemory(filename, -1, [=] {
+        return loadScene(filename, record, slot, firstObject, firstLight, firstEmitter, reuseObjects,
+                         directory);
+    });
+    if (result != 0) qbSceneFree(slot);
+    return result;
 }
 
 void qbSceneFree(int slot) {

@@ -48,8 +48,9 @@ static void buildTangents(QbObjectRec* object) {
 }
 
 int surfaceSetup(QbObjectRec* object, int numSurfaces, const QbSurfaceValues* values) {
-    object->surfaceCount = limitSurfaces(numSurfaces);
-    object->surfaces = std::make_unique<QbSurfaceCtx[]>(static_cast<size_t>(object->surfaceCount));
+    const int limited = limitSurfaces(numSurfaces);
+    object->surfaces = std::make_unique<QbSurfaceCtx[]>(static_cast<size_t>(limited));
+    object->surfaceCount = limited; // only now: memory may run out
     const int count = surfacesWithMaterial(object, numSurfaces);
     bool needsTangents = false;
     for (int i = 0; i < count; i++) {
@@ -67,6 +68,13 @@ int surfaceSetup(QbObjectRec* object, int numSurfaces, const QbSurfaceValues* va
             qbMessage("surfaceSetup(): setup material of surface=%d failed", i);
     }
     return 0;
+}
+
+void qbSurfacesFree(QbObjectRec* object) {
+    for (int i = 0; i < object->surfaceCount; i++)
+        qbSurfaceFree(&object->surfaces[static_cast<size_t>(i)]);
+    object->surfaceCount = 0;
+    object->surfaces.reset();
 }
 
 int qbSurfacesUpdate(QbObjectRec* object, int numSurfaces, const QbSurfaceValues* values, int32_t timeMs) {

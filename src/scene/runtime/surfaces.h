@@ -14,5 +14,8 @@ struct QbSurfaceValues;
 // node's materials stays cleared. Always 0.
 int surfaceSetup(QbObjectRec* object, int numSurfaces, const QbSurfaceValues* values);
 
+// Gives back what the set-up took. The object's node must be gone.
+void qbSurfacesFree(QbObjectRec* object);
+
 // The values of this moment, for the surfaces that were set up. Always 0.
 int qbSurfacesUpdate(QbObjectRec* object, int numSurfaces, const QbSurfaceValues* values, int32_t timeMs);

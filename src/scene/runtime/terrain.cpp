@@ -166,3 +166,9 @@ ITerrainSceneNode* qbTerrainLoad(const char* name) {
     setupMaterial(node, files);
     return node;
 }
+
+void qbTerrainFree(ITerrainSceneNode* node) {
+    // Otherwise the driver would hold it, and its own copy of it, for 20000 more frames.
+    qbEngineGet()->driver->removeHardwareBuffer(node->getRenderBuffer());
+    node->remove();
+}

@@ -37,3 +37,5 @@ QbTerrainFiles qbTerrainFiles(const std::string& name);
 // read; "Cannot load terrain basename='%s'. Check height map file '%s'", behind one that names the size, for
 // a map that is not square, or smaller than a patch.
 irr::scene::ITerrainSceneNode* qbTerrainLoad(const char* name);
+// Removes the node, and with it what the driver keeps of its shape.
+void qbTerrainFree(irr::scene::ITerrainSceneNode* node);

@@ -12,13 +12,14 @@
 // Every value is a function of time, read afresh at each update: nothing is kept from one call to the next,
 // and nothing is compared with its old value.
 
-enum { LIGHT_SPOT = 2 };
-
 namespace {
 
 struct Vector {
     float x, y, z;
 };
+
+// What writes a vector to the node behind an id.
+using Setter = void (*)(int id, float x, float y, float z);
 
 } // namespace
 
@@ -27,6 +28,16 @@ static Vector itemVector(const Info* info, QbSceneHandle* scene, int i, QbItemPa
     float value[3] = {};
     info->itemParam(value, scene, i, kind, time);
     return {value[0], value[1], value[2]};
+}
+
+// Position, seen from `origin`, then rotation.
+template <typename Info>
+static void placeItem(const Info* info, QbSceneHandle* scene, int i, int id, float time, Setter setPosition,
+                      Setter setRotation, Vector origin = {}) {
+    const Vector position = itemVector(info, scene, i, QB_ITEM_POSITION, time);
+    setPosition(id, position.x - origin.x, position.y - origin.y, position.z - origin.z);
+    const Vector rotation = itemVector(info, scene, i, QB_ITEM_ROTATION_ALT, time);
+    setRotation(id, rotation.x, rotation.y, rotation.z);
 }
 
 static void updateGlow(QbSceneHandle* scene, float time) {
@@ -47,13 +58,17 @@ static void updateLens(QbSceneHandle* scene, int camera, float time) {
     qbEngineSetDepthOfField(enabled, focalDistance, fStop);
 }
 
-// The camera's position, which the objects of an extra are placed against. A scene without a camera leaves
-// the engine's camera alone and counts as seen from its origin.
+// The camera's position, which the objects of an extra are placed against. A scene without a camera has no
+// depth of field, leaves the engine's camera where it is, and counts as seen from its origin.
 static Vector updateCamera(const QbSceneSlot* slot, float time) {
     QbSceneHandle* scene = slot->scene;
     const QbCameraInfo* info = scene->cameraInfo;
     const int count = info->count(scene);
-    if (count <= 0) return {};
+    if (count <= 0) {
+        // That of the scene before would stay.
+        if (!slot->isExtra) qbEngineSetDepthOfField(0, 0.0F, 0.0F);
+        return {};
+    }
     const int camera = std::clamp(scene->sceneInfo->currentCamera(scene, time), 0, count - 1);
     if (!slot->isExtra) updateLens(scene, camera, time);
     const Vector position = itemVector(info, scene, camera, QB_ITEM_POSITION, time);
@@ -72,15 +87,11 @@ static void updateAmbient(QbSceneHandle* scene, float time) {
 
 static void updateLight(QbSceneHandle* scene, int i, int id, float time) {
     const QbLightInfo* info = scene->lightInfo;
-    const Vector position = itemVector(info, scene, i, QB_ITEM_POSITION, time);
-    qbLightSetPosition(id, position.x, position.y, position.z);
-    const Vector rotation = itemVector(info, scene, i, QB_ITEM_ROTATION_ALT, time);
-    qbLightSetRotation(id, rotation.x, rotation.y, rotation.z);
-
+    placeItem(info, scene, i, id, time, qbLightSetPosition, qbLightSetRotation);
     float color[3] = {};
     info->color(color, scene, i, time);
     qbLightSetColor(id, qbSceneLightColor(color, info->intensity(scene, i, time)));
-    if (info->type(scene, i) == LIGHT_SPOT) {
+    if (info->type(scene, i) == QB_SCENE_LIGHT_SPOT) {
         // The edge is the soft rim inside the cone.
         float cone = 0.0F;
         float edge = 0.0F;
@@ -92,11 +103,7 @@ static void updateLight(QbSceneHandle* scene, int i, int id, float time) {
 
 static void updateEmitter(QbSceneHandle* scene, int i, int id, float time) {
     const QbEmitterInfo* info = scene->emitterInfo;
-    const Vector position = itemVector(info, scene, i, QB_ITEM_POSITION, time);
-    qbFxEmitterSetPosition(id, position.x, position.y, position.z);
-    const Vector rotation = itemVector(info, scene, i, QB_ITEM_ROTATION_ALT, time);
-    qbFxEmitterSetRotation(id, rotation.x, rotation.y, rotation.z);
-
+    placeItem(info, scene, i, id, time, qbFxEmitterSetPosition, qbFxEmitterSetRotation);
     float velocity[3] = {};
     info->velocity(velocity, scene, i);
     qbFxEmitterSetVelocity(id, velocity[0], velocity[1], velocity[2]);
@@ -122,12 +129,9 @@ static void updateObject(const QbSceneSlot* slot, int i, Vector camera, int32_t 
     const int id = slot->firstObject + i;
     const auto time = static_cast<float>(timeMs);
 
-    Vector position = itemVector(info, scene, i, QB_ITEM_POSITION, time);
     // The extra's own camera stands for the view of the main scene: its objects keep their place against it.
-    if (slot->isExtra) position = {position.x - camera.x, position.y - camera.y, position.z - camera.z};
-    qbObjectSetPosition(id, position.x, position.y, position.z);
-    const Vector rotation = itemVector(info, scene, i, QB_ITEM_ROTATION_ALT, time);
-    qbObjectSetRotation(id, rotation.x, rotation.y, rotation.z);
+    placeItem(info, scene, i, id, time, qbObjectSetPosition, qbObjectSetRotation,
+              slot->isExtra ? camera : Vector{});
     const Vector scale = itemVector(info, scene, i, QB_ITEM_SCALING, time);
     qbObjectSetScale(id, scale.x * 100.0F, scale.y * 100.0F, scale.z * 100.0F);
     updateFrame(scene, id, time);

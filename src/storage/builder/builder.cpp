@@ -2,6 +2,8 @@
 
 #include "demo/demo.h"
 #include "platform/cabinet/cabinet.h"
+#include "platform/file_bytes.h"
+#include "platform/memory.h"
 #include "platform/message.h"
 #include "platform/path.h"
 #include "platform/process.h"
@@ -92,7 +94,7 @@ static std::unique_ptr<uint8_t[]> readCabinet(const char* cab, size_t& size) {
     std::unique_ptr<uint8_t[]> data(new (std::nothrow) uint8_t[size]);
     if (!data) {
         qbMessage("Alloc failure %d bytes", static_cast<int>(std::min<long>(length, INT_MAX)));
-    } else if (fread(data.get(), 1, size, file.get()) != size) {
+    } else if (qbFileFill(file.get(), data.get(), size) != size) {
         qbMessage("Failed to read cab %s", cab);
         data.reset();
     }
@@ -328,17 +330,17 @@ static void packShow(const QbDemo& demo, const Show& show, const std::string& ta
     qbTrace("%s: %ld bytes\n", target.c_str(), sizeOfFile(target.c_str()));
 }
 
-void qbDemoExe(const char* target, const char* ini) {
+static int packDemo(const char* target, const char* ini) {
     const std::unique_ptr<QbDemo> demo(new (std::nothrow) QbDemo);
-    if (!demo) return;
+    if (!demo) return -1;
     if (qbDemoParse(demo.get(), ini) != 0) {
         qbMessage("Failed to load ini file %s\n", ini ? ini : "(null)");
-        return;
+        return -1;
     }
     std::vector<std::string> directories;
     if (!qbShowDirectories(*demo, directories)) {
         qbMessage("Reached max directories\n");
-        return;
+        return -1;
     }
     const std::string script = qbFullPath(ini);
     Show show;
@@ -348,5 +350,10 @@ void qbDemoExe(const char* target, const char* ini) {
     show.music = qbMusicPatterns(demo->musicDirectory);
     const std::string full = checkedTarget(target, show);
     if (!full.empty() && copyProgram(full) == 0) packShow(*demo, show, full);
+    return 0;
+}
+
+void qbDemoExe(const char* target, const char* ini) {
+    qbUnlessOutOfMemory(target, -1, [=] { return packDemo(target, ini); });
     qbCabClose(ROW_SHADERS); // harmless when nothing was unpacked
 }

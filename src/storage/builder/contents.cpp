@@ -98,7 +98,10 @@ static bool isFirstLook(Check& check, const std::string& directory, const std::s
 
 static std::string readFile(const std::string& path) {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(qbPathOpen(path.c_str(), "rb"), &std::fclose);
-    return qbFileBytes(file.get(), QB_X_FILE_MAX);
+    std::string bytes;
+    if (qbFileBytes(file.get(), QB_X_FILE_MAX, bytes) == 0) return bytes;
+    qbMessage("%s: %s: what it names was not looked for", path.c_str(), strerror(errno));
+    return "";
 }
 
 // --- what scenes name -----------------------------------------------------------------------------------

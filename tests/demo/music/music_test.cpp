@@ -28,8 +28,6 @@ int qbMusicPlayerLoad(QbMusicPlayer* player, const char* path) {
     return record("load", player);
 }
 FAKE(int, qbMusicPlayerRun, (QbMusicPlayer * player), record("run", player))
-FAKE(int, qbMusicPlayerStop, (QbMusicPlayer * player), record("stop", player))
-FAKE(int, qbMusicPlayerPause, (QbMusicPlayer * player), record("pause", player))
 void qbMusicPlayerFree(QbMusicPlayer* player) {
     if (player) record("free", player);
     delete player;

@@ -8,7 +8,7 @@
 #include <memory>
 #include <vector>
 
-// What damage does to the engine's reader behind the guard is tested with the meshes of scenes.
+// What damage does to the engine's reader behind the guard is for the fuzz target of meshes to find.
 
 namespace {
 

@@ -261,7 +261,8 @@ TEST_F(Cabinet, DamageIsToldInOneLineAndNeverCrashes) {
                 EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), error ? 1 : 0) << line;
             }
 
-    std::string checksum = whole, longer = stored, name = stored, method = stored;
+    std::string checksum = whole, longer = stored, name = stored, method = stored, blocks = stored;
+    blocks[41] = 1; // more of them than bytes
     method[42] = 3; // LZX with a window of no bytes
     checksum.back() ^= 1;
     longer[44] = 3; // the first file's size, one more than there is in all
@@ -273,6 +274,7 @@ TEST_F(Cabinet, DamageIsToldInOneLineAndNeverCrashes) {
         {checksum, " at the file \"one.txt\": a checksum is wrong.\n"},
         {longer, " at the file \"a\": its data makes no sense.\n"},
         {name, ": its data makes no sense.\n"},
+        {blocks, ": its data makes no sense.\n"},
         {method, " at the file \"a\": its data makes no sense.\n"},
         {cabinetOf({"a"}, 1), ": it is one of a set, and the others are not here.\n"},
         {cabinetOf({"a"}, 2), ": it is one of a set, and the others are not here.\n"},

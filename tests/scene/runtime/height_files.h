@@ -14,11 +14,11 @@ inline std::string littleEndian(uint64_t value, int bytes) {
 }
 
 // `extra` stands between header and pixels: masks or palette, as it is in the file.
-inline std::string bmpFile(int width, int height, int bits, uint32_t compression, const std::string& extra,
-                           const std::string& pixels) {
+inline std::string bmpFile(int64_t width, int64_t height, int bits, uint32_t compression,
+                           const std::string& extra, const std::string& pixels) {
     return "BM" + littleEndian(0, 8) + littleEndian(54 + extra.size(), 4) + littleEndian(40, 4) +
-           littleEndian(static_cast<uint32_t>(width), 4) + littleEndian(static_cast<uint32_t>(height), 4) +
-           littleEndian(1, 2) + littleEndian(static_cast<uint32_t>(bits), 2) + littleEndian(compression, 4) +
+           littleEndian(static_cast<uint64_t>(width), 4) + littleEndian(static_cast<uint64_t>(height), 4) +
+           littleEndian(1, 2) + littleEndian(static_cast<uint64_t>(bits), 2) + littleEndian(compression, 4) +
            std::string(20, '\0') + extra + pixels;
 }
 

@@ -1,0 +1,43 @@
+float f0(){return 1;}
+float f1(){return f0()+f0();}
+float f2(){return f1()+f1();}
+float f3(){return f2()+f2();}
+float f4(){return f3()+f3();}
+float f5(){return f4()+f4();}
+float f6(){return f5()+f5();}
+float f7(){return f6()+f6();}
+float f8(){return f7()+f7();}
+float f9(){return f8()+f8();}
+float f10(){return f9()+f9();}
+float f11(){return f10()+f10();}
+float f12(){return f11()+f11();}
+float f13(){return f12()+f12();}
+float f14(){return f13()+f13();}
+float f15(){return f14()+f14();}
+float f16(){return f15()+f15();}
+float f17(){return f16()+f16();}
+float f18(){return f17()+f17();}
+float f19(){return f18()+f18();}
+float f20(){return f19()+f19();}
+float f21(){return f20()+f20();}
+float f22(){return f21()+f21();}
+float f23(){return f22()+f22();}
+float f24(){return f23()+f23();}
+float f25(){return f24()+f24();}
+float f26(){return f25()+f25();}
+float f27(){return f26()+f26();}
+float f28(){return f27()+f27();}
+float f29(){return f28()+f28();}
+float f30(){return f29()+f29();}
+float f31(){return f30()+f30();}
+float f32(){return f31()+f31();}
+float f33(){return f32()+f32();}
+float f34(){return f33()+f33();}
+float f35(){return f34()+f34();}
+float f36(){return f35()+f35();}
+float f37(){return f36()+f36();}
+float f38(){return f37()+f37();}
+float f39(){return f38()+f38();}
+
+void vertexMain(float4 p : POSITION, out float4 o : POSITION) { o = p; }
+float4 pixelMain() : COLOR0 { return f39(); }
