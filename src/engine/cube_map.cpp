@@ -107,11 +107,11 @@ ITextureCUBE* addTextureCubeMap(const char* name, video::IImage* positiveX, vide
     video::IVideoDriver* driver = qbEngineGet()->driver;
     if (!driver || driver->getDriverType() != video::EDT_OPENGL)
         return refuse(name, "only the OpenGL driver has cube maps");
-    if (ITextureCUBE* made = findCubeMap(name)) return made;
-
     const Faces faces{positiveX, negativeX, positiveY, negativeY, positiveZ, negativeZ};
     const std::string fault = faceFault(faces);
     if (!fault.empty()) return refuse(name, fault);
+    if (ITextureCUBE* made = findCubeMap(name)) return made;
+
     GLint largest = 0;
     glGetIntegerv(GL_MAX_CUBE_MAP_TEXTURE_SIZE, &largest);
     const u32 edge = edgeOf(faces[0]->getDimension().Width);

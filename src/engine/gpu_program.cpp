@@ -89,9 +89,10 @@ static void takeSamplers(const QbHlslStage& translated, QbGpuProgram* program) {
 static bool layersAgree(const QbGpuSource& source, const QbGpuProgram& program, std::string* errors) {
     for (const QbHlslSampler& a : program.samplers)
         for (const QbHlslSampler& b : program.samplers) {
-            if (a.layer != b.layer || a.dimension == b.dimension) continue;
+            const bool hasFirstOfB = a.layer <= b.layer && b.layer < a.layer + std::max(a.count, 1);
+            if (!hasFirstOfB || a.dimension == b.dimension) continue;
             *errors += std::string(source.file) + ": the samplers '" + a.name + "' and '" + b.name +
-                       "' are of different kinds and share layer " + std::to_string(a.layer) +
+                       "' are of different kinds and share layer " + std::to_string(b.layer) +
                        ": give one of them another register\n";
             return false;
         }

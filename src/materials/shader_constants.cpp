@@ -7,7 +7,6 @@
 #include "platform/message.h"
 
 #include <algorithm>
-#include <cstring>
 #include <utility>
 
 using namespace irr;
@@ -209,9 +208,6 @@ static bool valueOf(const QbIrrShader& shader, const QbShaderVariable& variable,
 
 // --- The walk --------------------------------------------------------------------------------------------
 
-// The numbers stand behind the bits of 2.0, beside those of surfaces, which stand behind 1.0.
-static const uint32_t RECORD_BASE = 0x40000000;
-
 static std::vector<QbIrrShader*> records; // by number - 1; null for those that are gone
 static std::vector<MyShaderCallBack*> started;
 
@@ -271,13 +267,12 @@ int MyShaderCallBack::recordCount() {
 }
 
 void MyShaderCallBack::choose(const QbIrrShader* shader, video::SMaterial* material) {
-    const uint32_t bits = RECORD_BASE + shader->number;
-    memcpy(&material->MaterialTypeParam2, &bits, sizeof bits);
+    material->MaterialTypeParam2 = core::FR(QB_RECORD_NUMBERS + shader->number);
 }
 
 // Marked materials carry the number of a surface instead: their shaders have one record.
 const QbIrrShader& MyShaderCallBack::recordOfDraw() const {
-    const uint32_t index = lastNumber - RECORD_BASE - 1;
+    const uint32_t index = lastNumber - QB_RECORD_NUMBERS - 1;
     const QbIrrShader* shader = index < records.size() ? records[index] : nullptr;
     return shader && shader->program == program_.get() ? *shader : *records_.front();
 }
@@ -349,8 +344,8 @@ static void sendAssembly(const QbIrrShader& shader, video::IMaterialRendererServ
 }
 
 void MyShaderCallBack::OnSetMaterial(const video::SMaterial& material) {
-    memcpy(&lastMark, &material.MaterialTypeParam, sizeof lastMark);
-    memcpy(&lastNumber, &material.MaterialTypeParam2, sizeof lastNumber);
+    lastMark = core::IR(material.MaterialTypeParam);
+    lastNumber = core::IR(material.MaterialTypeParam2);
     lastEmptyLayers = 0;
     for (u32 i = 0; i < video::MATERIAL_MAX_TEXTURES; ++i)
         if (!material.getTexture(i)) lastEmptyLayers |= 1U << i;

@@ -14,7 +14,15 @@ class SMaterial;
 
 struct QbSurfaceCtx;
 
-enum : uint32_t { QB_MATERIAL_MARK = 0x12345678 };
+enum : uint32_t {
+    QB_MATERIAL_MARK = 0x12345678,
+    // What the numbers in MaterialTypeParam2 count from, their first being this plus 1: the bits of 1.0 for
+    // surfaces and of 2.0 for the shader records of materials without mark. As bits of small integers the
+    // fields would be denormal floats, which a driver may have told the processor to take for zero, and
+    // materials that differ would be taken for the same.
+    QB_SURFACE_NUMBERS = 0x3F800000,
+    QB_RECORD_NUMBERS = 0x40000000,
+};
 
 // Forgets all numbers: once a frame, before the first mark.
 void qbSurfaceMarksClear();

@@ -8,6 +8,7 @@
 class QbDescriptor {
 public:
     explicit QbDescriptor(int number = -1) : number_(number) {}
+    QbDescriptor(QbDescriptor&& other) noexcept : number_(other.release()) {}
     QbDescriptor(const QbDescriptor&) = delete;
     QbDescriptor& operator=(const QbDescriptor&) = delete;
     ~QbDescriptor() { reset(); }

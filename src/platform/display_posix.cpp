@@ -1,3 +1,4 @@
+#include "platform/descriptor_posix.h"
 #include "platform/process.h"
 
 #include <array>
@@ -16,8 +17,6 @@
 #include <string_view>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <unistd.h>
-#include <utility>
 #include <vector>
 
 // Asks an X server for a connection and reads the first byte of its answer, with a time limit at each step:
@@ -34,23 +33,6 @@ enum class Answer { none, refused, accepted };
 struct DisplayName {
     std::string host; // empty for this machine
     int number = 0;
-};
-
-class Socket {
-public:
-    explicit Socket(int descriptor) : descriptor_(descriptor) {}
-    Socket(Socket&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
-    Socket(const Socket&) = delete;
-    Socket& operator=(const Socket&) = delete;
-    Socket& operator=(Socket&&) = delete;
-    ~Socket() {
-        if (descriptor_ >= 0) close(descriptor_);
-    }
-    int get() const { return descriptor_; }
-    bool open() const { return descriptor_ >= 0; }
-
-private:
-    int descriptor_;
 };
 
 } // namespace
@@ -77,19 +59,20 @@ static bool waitFor(int descriptor, short events) {
     return poll(&entry, 1, ANSWER_TIMEOUT) > 0;
 }
 
-static Socket connectTo(int family, const sockaddr* address, socklen_t length) {
-    Socket socket(::socket(family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (!socket.open()) return socket;
-    if (connect(socket.get(), address, length) == 0) return socket;
-    if (errno != EINPROGRESS || !waitFor(socket.get(), POLLOUT)) return Socket(-1);
+static QbDescriptor connectTo(int family, const sockaddr* address, socklen_t length) {
+    QbDescriptor socket(::socket(family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (socket.number() < 0) return socket;
+    if (connect(socket.number(), address, length) == 0) return socket;
+    if (errno != EINPROGRESS || !waitFor(socket.number(), POLLOUT)) return QbDescriptor();
     int error = 0;
     socklen_t size = sizeof(error);
-    if (getsockopt(socket.get(), SOL_SOCKET, SO_ERROR, &error, &size) != 0 || error != 0) return Socket(-1);
+    if (getsockopt(socket.number(), SOL_SOCKET, SO_ERROR, &error, &size) != 0 || error != 0)
+        return QbDescriptor();
     return socket;
 }
 
 // The abstract name, which has a zero in front and needs no file, is tried first, as the X library does.
-static Socket connectLocal(int number) {
+static QbDescriptor connectLocal(int number) {
     const std::string path = "/tmp/.X11-unix/X" + std::to_string(number);
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
@@ -97,25 +80,25 @@ static Socket connectLocal(int number) {
     const auto length = static_cast<socklen_t>(base + path.size() + 1);
 
     memcpy(address.sun_path + 1, path.data(), path.size());
-    Socket socket = connectTo(AF_UNIX, reinterpret_cast<const sockaddr*>(&address), length);
-    if (socket.open()) return socket;
+    QbDescriptor socket = connectTo(AF_UNIX, reinterpret_cast<const sockaddr*>(&address), length);
+    if (socket.number() >= 0) return socket;
     memset(address.sun_path, 0, sizeof(address.sun_path));
     memcpy(address.sun_path, path.data(), path.size());
     return connectTo(AF_UNIX, reinterpret_cast<const sockaddr*>(&address), length);
 }
 
-static Socket connectRemote(const DisplayName& display) {
+static QbDescriptor connectRemote(const DisplayName& display) {
     addrinfo hints = {};
     hints.ai_socktype = SOCK_STREAM;
     addrinfo* list = nullptr;
     const std::string port = std::to_string(TCP_PORT_BASE + display.number);
-    if (getaddrinfo(display.host.c_str(), port.c_str(), &hints, &list) != 0) return Socket(-1);
+    if (getaddrinfo(display.host.c_str(), port.c_str(), &hints, &list) != 0) return QbDescriptor();
     const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> owner(list, freeaddrinfo);
     for (const addrinfo* entry = list; entry; entry = entry->ai_next) {
-        Socket socket = connectTo(entry->ai_family, entry->ai_addr, entry->ai_addrlen);
-        if (socket.open()) return socket;
+        QbDescriptor socket = connectTo(entry->ai_family, entry->ai_addr, entry->ai_addrlen);
+        if (socket.number() >= 0) return socket;
     }
-    return Socket(-1);
+    return QbDescriptor();
 }
 
 // --- authority file -------------------------------------------------------------------------------------
@@ -179,13 +162,14 @@ static std::string setupRequest(std::string_view cookie) {
 }
 
 static Answer ask(const DisplayName& display, std::string_view cookie) {
-    const Socket socket = display.host.empty() ? connectLocal(display.number) : connectRemote(display);
-    if (!socket.open()) return Answer::none;
+    const QbDescriptor socket = display.host.empty() ? connectLocal(display.number) : connectRemote(display);
+    if (socket.number() < 0) return Answer::none;
     const std::string request = setupRequest(cookie);
-    const ssize_t sent = send(socket.get(), request.data(), request.size(), MSG_NOSIGNAL);
-    if (sent != static_cast<ssize_t>(request.size()) || !waitFor(socket.get(), POLLIN)) return Answer::none;
+    const ssize_t sent = send(socket.number(), request.data(), request.size(), MSG_NOSIGNAL);
+    if (sent != static_cast<ssize_t>(request.size()) || !waitFor(socket.number(), POLLIN))
+        return Answer::none;
     uint8_t answer = 0;
-    if (recv(socket.get(), &answer, 1, 0) != 1) return Answer::none;
+    if (recv(socket.number(), &answer, 1, 0) != 1) return Answer::none;
     return answer == SETUP_SUCCESS ? Answer::accepted : Answer::refused;
 }
 

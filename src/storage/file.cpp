@@ -220,6 +220,7 @@ static int tarClose(QbFile* file) {
 }
 
 static QbFile* openTar(const char* name, const char* mode) {
+    errno = ENOENT; // unless the archive itself does not open
     std::unique_ptr<tarlib_file, decltype(&tarlib_fclose)> handle(
         tarlib_arch_fopen(qbFileArchive, name, mode), tarlib_fclose);
     if (!handle) return nullptr;
@@ -251,7 +252,10 @@ static const char* rootedName(const char* name) {
 
 QbFile* qbFileOpen(const char* name, const char* mode) {
     const char* path = name ? rootedName(name) : nullptr;
-    if (!path) return nullptr;
+    if (!path) {
+        errno = name ? ENAMETOOLONG : EINVAL;
+        return nullptr;
+    }
     switch (qbFileMode) {
     case QB_FILE_STDIO:
         return openStdio(path, mode);

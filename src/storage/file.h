@@ -33,8 +33,9 @@ struct QbFileOwner {
 };
 
 // Opens the name behind the root, with the C library's mode; entries of an archive are only read, whatever
-// the mode. Null when it can not be opened (a plain file with errno), when there is no archive, or when it is
-// closed. Plain names resolve as platform/path.h says, entries by their exact name.
+// the mode. Null with errno when it can not be opened: ENAMETOOLONG for a name that does not fit behind the
+// root, ENOENT when the archive has no such entry, is closed or is none. Plain names resolve as
+// platform/path.h says, entries by their exact name.
 QbFile* qbFileOpen(const char* name, const char* mode);
 
 int qbFileClose(QbFile* file);

@@ -31,7 +31,6 @@ static Copy copyOf(const char* type, int id) {
     std::FILE* target = open_memstream(&bytes, &size);
     const QbResourceResult result = qbResourceCopy(resource, target);
     fclose(target);
-    qbFuzzExpect(result != QB_RESOURCE_COPIED || size == qbResourceSize(resource));
     qbResourceClose(resource);
     const Copy copy = {result, std::string(bytes, size)};
     free(bytes);
@@ -50,7 +49,8 @@ static void readAll(const QbStoreBlock& block) {
     for (uint32_t i = 0; i < block.count; ++i) {
         const QbStoreEntry& entry = block.entries[i];
         qbFuzzExpect(qbResourceFind(entry.type, static_cast<int>(entry.id)) == 1);
-        copyOf(entry.type, static_cast<int>(entry.id));
+        const Copy copy = copyOf(entry.type, static_cast<int>(entry.id));
+        qbFuzzExpect(copy.result != QB_RESOURCE_COPIED || copy.bytes.size() == entry.size);
     }
     qbFuzzExpect(block.count > 0 || qbResourceFind("CAB", 500) == 0);
 }

@@ -39,75 +39,67 @@ protected:
         world.setM(rows);
         driver->setTransform(video::ETS_WORLD, world);
     }
+
+    void expectValue(const std::string& name, const std::string& declaration, const std::string& expression,
+                     const Texel& wanted) {
+        SCOPED_TRACE(name + " in " + declaration);
+        const QbIrrShader* shader = probe("float4 V : " + name, declaration, expression);
+        ASSERT_NE(shader, nullptr);
+        draw(shader);
+        expectSeen(wanted, 0.01F);
+    }
 };
 
 } // namespace
 
-TEST_F(ShaderConstants, AutomaticValuesReachBothPrograms) {
-    static const struct {
-        const char* name;
-        const char* declaration;
-        const char* expression; // P is (2, 3, 4, 1)
-        Texel wanted;
-    } table[] = {
-        {"WorldTranspose", "float4x4 V", "mul(P, V)", {9, 9, 3, 1}},
-        {"World", "float4x4 V", "mul(V, P)", {9, 9, 3, 1}},
-        {"ViewTranspose", "float4x4 V", "mul(P, V)", {-14, -1, -1, 1}},
-        {"View", "float4x4 V", "mul(V, P)", {-14, -1, -1, 1}},
-        {"WorldViewTranspose", "float4x4 V", "mul(P, V)", {-13, 5, 6, 1}},
-        {"WorldView", "float4x4 V", "mul(V, P)", {-13, 5, 6, 1}},
-        {"ViewProjectionTranspose", "float4x4 V", "mul(P, V)", {-7, -1, -2.02F, -1}},
-        {"ViewProjection", "float4x4 V", "mul(V, P)", {-7, -1, -2.02F, -1}},
-        {"WorldViewProjectionTranspose", "float4x4 V", "mul(P, V)", {-6.5F, 5, 5.05F, 6}},
-        {"WorldViewProjection", "float4x4 V", "mul(V, P)", {-6.5F, 5, 5.05F, 6}},
-        {"WorldInverseTranspose", "float4x4 V", "mul(P, V)", {1.5F, -3, -3, 1}},
-        {"WorldInverse", "float4x4 V", "mul(V, P)", {1.5F, -3, -3, 1}},
-        {"WorldViewInverseTranspose", "float4x4 V", "mul(P, V)", {9.5F, 1, 2, 1}},
-        {"WorldViewInverse", "float4x4 V", "mul(V, P)", {9.5F, 1, 2, 1}},
-        // A program may declare a part of a matrix.
-        {"WorldTranspose", "float3x3 V", "float4(mul(P.xyz, V), 0)", {4, 3, -4, 0}},
-        {"World", "float3x4 V", "float4(mul(V, P), 0)", {9, 9, 3, 0}},
-        {"WorldTranspose", "float2x4 V", "mul(P.xy, V)", {0, 3, -4, 0}},
-        {"WorldTranspose", "float4x4 V[2]", "mul(P, V[0]) + mul(P, V[1])", {9, 9, 3, 1}},
-        {"ViewPosition", "float4 V", "V", {3, 4, -10, 1}},
-        {"FrustrumFarCorners", "float3 V[4]", "float4(V[1], V[2].y)", {202, 101, 101, -101}},
-        {"ZFarValue", "float V", "V", {101, 101, 101, 101}},
-        {"ZFarValue", "float3 V", "float4(V, 1)", {101, 0, 0, 1}},
-        {"PixelSize", "float2 V = { 3, 4 }", "V.xyxy", {0, 0, 0, 0}},
-        {"HalfPixelSize", "float2 V = { 3, 4 }", "V.xyxy", {0, 0, 0, 0}},
-        {"LightPos0", "float4 V", "V", {1, 2, 3, 1}},
-        {"LightDir0", "float4 V", "V", {1, 0, 0, 0}},
-        {"LightDiffuse0", "float4 V", "V", {0.2F, 0.4F, 0.6F, 0}},
-        {"LightAmbient0", "float4 V", "V", {0.6F, 0.8F, 1, 0}},
-        {"LightPos1", "float4 V", "V", {-1, -2, -3, 1}},
-        {"LightDir1", "float4 V", "V", {0, -1, 0, 0}},
-        {"LightDiffuse1", "float3 V", "float4(V, 7)", {1, 0, 0.2F, 7}},
-        {"LightAmbient1", "float4 V", "V", {0.25F, 0.5F, 0.75F, 0.125F}},
+// Of the point P, (2, 3, 4, 1).
+TEST_F(ShaderConstants, MatricesReachBothPrograms) {
+    const std::pair<std::string, Texel> table[] = {
+        {"World", {9, 9, 3, 1}},
+        {"View", {-14, -1, -1, 1}},
+        {"WorldView", {-13, 5, 6, 1}},
+        {"ViewProjection", {-7, -1, -2.02F, -1}},
+        {"WorldViewProjection", {-6.5F, 5, 5.05F, 6}},
+        {"WorldInverse", {1.5F, -3, -3, 1}},
+        {"WorldViewInverse", {9.5F, 1, 2, 1}},
     };
-    for (const auto& row : table) {
-        SCOPED_TRACE(std::string(row.name) + " in " + row.declaration);
-        const QbIrrShader* shader =
-            probe(std::string("float4 V : ") + row.name, row.declaration, row.expression);
-        ASSERT_NE(shader, nullptr);
-        draw(shader);
-        expectSeen(row.wanted, 0.01F);
+    for (const auto& [name, wanted] : table) {
+        expectValue(name + "Transpose", "float4x4 V", "mul(P, V)", wanted);
+        expectValue(name, "float4x4 V", "mul(V, P)", wanted);
     }
+    // A program may declare a part of a matrix, and an array of them.
+    expectValue("WorldTranspose", "float3x3 V", "float4(mul(P.xyz, V), 0)", {4, 3, -4, 0});
+    expectValue("World", "float3x4 V", "float4(mul(V, P), 0)", {9, 9, 3, 0});
+    expectValue("WorldTranspose", "float4x4 V[2]", "mul(P, V[0]) + mul(P, V[1])", {9, 9, 3, 1});
 }
 
-TEST_F(ShaderConstants, PlainValuesAndTimeFollowTheRecord) {
+TEST_F(ShaderConstants, ValuesOfCameraAndLightsReachBothPrograms) {
+    expectValue("ViewPosition", "float4 V", "V", {3, 4, -10, 1});
+    expectValue("FrustrumFarCorners", "float3 V[4]", "float4(V[1], V[2].y)", {202, 101, 101, -101});
+    expectValue("ZFarValue", "float3 V", "float4(V, 1)", {101, 0, 0, 1});
+    for (const std::string name : {"PixelSize", "HalfPixelSize"})
+        expectValue(name, "float2 V = { 3, 4 }", "V.xyxy", {0, 0, 0, 0});
+    const std::pair<std::string, Texel> table[] = {
+        {"Pos0", {1, 2, 3, 1}},
+        {"Dir0", {1, 0, 0, 0}},
+        {"Diffuse0", {0.2F, 0.4F, 0.6F, 0}},
+        {"Ambient0", {0.6F, 0.8F, 1, 0}},
+        {"Pos1", {-1, -2, -3, 1}},
+        {"Dir1", {0, -1, 0, 0}},
+        {"Diffuse1", {1, 0, 0.2F, 0}},
+        {"Ambient1", {0.25F, 0.5F, 0.75F, 0.125F}},
+    };
+    for (const auto& [name, wanted] : table)
+        expectValue("Light" + name, "float4 V", "V", wanted);
+}
+
+TEST_F(ShaderConstants, PlainValuesFollowTheRecord) {
     QbIrrShader* pair = probe("float2 V : 0.5,-2", "float4 V = { 9, 9, 9, 9 }", "V");
     draw(pair);
     expectSeen({0.5F, -2, 0, 0});
     qbShaderSetFloat2(pair, "v", 3, 4);
     draw(pair);
     expectSeen({3, 4, 0, 0});
-
-    QbIrrShader* time = probe("float V : Time_0_X", "float V", "V");
-    draw(time);
-    expectSeen({0, 0, 0, 0});
-    qbShaderSetTime(time, 12.5F);
-    draw(time);
-    expectSeen({12.5F, 12.5F, 12.5F, 12.5F});
 
     // The array takes what it has room for of the caller's floats.
     QbIrrShader* array = probe("floatN V : 1,2,3,4", "float2 V[2] = { 7, 7, 7, 8 }", "float4(V[0], V[1])");
@@ -139,23 +131,19 @@ TEST_F(ShaderConstants, SurfaceParametersNeedTheMark) {
     first.params[2] = {9, {8, 8, 8}, 7, 0, nullptr};
     second.params[0] = {0, {1, 2, 3}, 0, 0, nullptr};
 
-    const struct {
-        const char* name;
-        Texel wanted;
-    } table[] = {{"BaseColor", {0.25F, 0.5F, 0.75F, 0}},
-                 {"Luminosity", {0.5F, 0, 0, 0}},
-                 {"VertexNormal", {7, 0, 0, 0}},
-                 {"Diffuse", {0, 0, 0, 0}}};
-    for (const auto& row : table) {
-        SCOPED_TRACE(row.name);
-        video::SMaterial material =
-            materialOf(probe(std::string("float V : Surface_") + row.name, "float4 V = { 4, 4, 4, 4 }", "V"));
+    const std::pair<std::string, Texel> table[] = {{"BaseColor", {0.25F, 0.5F, 0.75F, 0}},
+                                                   {"Luminosity", {0.5F, 0, 0, 0}},
+                                                   {"VertexNormal", {7, 0, 0, 0}},
+                                                   {"Diffuse", {0, 0, 0, 0}}};
+    for (const auto& [name, wanted] : table) {
+        SCOPED_TRACE(name);
+        video::SMaterial material = materialOf(probe("float V : Surface_" + name, "float4 V = 4", "V"));
         draw(material);
         expectSeen({4, 4, 4, 4});
         qbSurfaceMarksClear();
         qbMaterialMark(&material, &first);
         draw(material);
-        expectSeen(row.wanted);
+        expectSeen(wanted);
     }
 
     // Two materials that differ in their marks only, one after the other, and a mark of the last frame.
@@ -173,5 +161,4 @@ TEST_F(ShaderConstants, SurfaceParametersNeedTheMark) {
     draw(other);
     expectSeen({0.25F, 0.5F, 0.75F, 0});
     EXPECT_EQ(qbMarkedSurface(QB_MATERIAL_MARK, 0), nullptr);
-    EXPECT_EQ(qbMarkedSurface(0, 0), nullptr);
 }

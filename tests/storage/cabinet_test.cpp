@@ -2,6 +2,8 @@
 
 #include "platform/cabinet/cabinet.h"
 #include "platform/resource/resource.h"
+#include "platform/temporary.h"
+#include "support/in_process.h"
 #include "support/messages.h"
 #include "support/temporary_directory.h"
 
@@ -10,9 +12,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <set>
-#include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -105,19 +105,6 @@ protected:
     Messages messages;
 };
 
-// Runs `part` in a process of its own that ends as `part` says.
-template <class Part>
-int inProcess(Part part) {
-    const pid_t process = fork();
-    if (process == 0) {
-        part();
-        _exit(1);
-    }
-    int status = 0;
-    waitpid(process, &status, 0);
-    return status;
-}
-
 } // namespace
 
 TEST_F(Cabinet, AsksForThreeCabinetsOfTheFour) {
@@ -158,8 +145,7 @@ TEST_F(Cabinet, UnpacksIntoNumberedDirectories) {
 }
 
 TEST_F(Cabinet, TakesTheWordOfTheNames) {
-    const std::string longest(255, 'w');
-    const std::string longer = longest + 'w';
+    const std::string longest(255, 'w'), longer = longest + 'w';
     for (const char* word : {"", "a/b", "a\\b", longer.c_str(), static_cast<const char*>(nullptr)})
         EXPECT_EQ(qbCabSetExtractDir(word), -1);
     EXPECT_EQ(qbCabSetExtractDir(longest.c_str()), 0);
@@ -168,8 +154,6 @@ TEST_F(Cabinet, TakesTheWordOfTheNames) {
     EXPECT_EQ(qbCabOpen(1, 500), 0);
     EXPECT_EQ(qbCabSetExtractDir("TheDemoExtractDir"), 0);
     EXPECT_EQ(names(), "Show.1 ");
-    EXPECT_EQ(qbCabClose(1), 0);
-    EXPECT_EQ(names(), "");
 }
 
 TEST_F(Cabinet, TellsWhyNothingWasUnpacked) {
@@ -211,33 +195,28 @@ TEST_F(Cabinet, SaysWhyTheDirectoryCanNotBeHad) {
     fs::create_directory_symlink("target", pathOf("TheDemoExtractDir.1"));
     directory.write("TheDemoExtractDir.2");
     fs::create_directory(pathOf("TheDemoExtractDir.3"));
-    const std::string here = directory.path();
-    const std::string remove = " Remove it, or set TMPDIR to another directory.";
-    const std::string set = " Set TMPDIR to the full path of one.";
+    const std::string here = directory.path(), can = " can not be used for the show's data: ",
+                      none = "There is no directory for the show's data: ",
+                      full = ". Set TMPDIR to the full path of one.",
+                      remove = ". Remove it, or set TMPDIR to another directory.";
     struct Case {
         std::string place;
         int row, code;
         std::string message;
     };
     std::vector<Case> cases = {
-        {here, 1, -1,
-         here + "/TheDemoExtractDir.1 can not be used for the show's data: it is a link." + remove},
-        {here, 2, -1,
-         here + "/TheDemoExtractDir.2 can not be used for the show's data: it is no directory." + remove},
+        {here, 1, -1, pathOf("TheDemoExtractDir.1") + can + "it is a link" + remove},
+        {here, 2, -1, pathOf("TheDemoExtractDir.2") + can + "it is no directory" + remove},
         {"/proc", 1, -40,
          "/proc/TheDemoExtractDir.1 can not be made for the show's data: No such file or directory. Set "
-         "TMPDIR "
-         "to a directory that can be written and has room."},
-        {".", 1, -1, "There is no directory for the show's data: TMPDIR is no full path." + set},
-        {here + "/missing", 1, -1,
-         "There is no directory for the show's data: No such file or directory." + set},
-        {directory.makeDeep(2025), 1, -1,
-         "There is no directory for the show's data: File name too long." + set}};
+         "TMPDIR to a directory that can be written and has room."},
+        {".", 1, -1, none + "TMPDIR is no full path" + full},
+        {here + "/missing", 1, -1, none + "No such file or directory" + full},
+        {directory.makeDeep(2025), 1, -1, none + "File name too long" + full}};
     if (chown(pathOf("TheDemoExtractDir.3").c_str(), 12345, 12345) == 0) // root alone can
-        cases.push_back(
-            {here, 3, -1,
-             here + "/TheDemoExtractDir.3 can not be used for the show's data: it belongs to another user. "
-                    "Set TMPDIR to another directory."});
+        cases.push_back({here, 3, -1,
+                         pathOf("TheDemoExtractDir.3") + can +
+                             "it belongs to another user. Set TMPDIR to another directory."});
     for (const auto& [place, row, code, message] : cases) {
         setenv("TMPDIR", place.c_str(), 1);
         messages.texts().clear();
@@ -251,11 +230,8 @@ TEST_F(Cabinet, SaysWhyTheDirectoryCanNotBeHad) {
 }
 
 TEST_F(Cabinet, GoesOnWithWhatAKilledRunLeft) {
-    const int killed = inProcess([&] {
-        for (const int row : {1, 2})
-            if (qbCabOpen(row, 503) != 0) _exit(1);
-        kill(getpid(), SIGKILL);
-    });
+    const int killed =
+        inProcess([] { return qbCabOpen(1, 503) || qbCabOpen(2, 503) || kill(getpid(), SIGKILL); });
     ASSERT_TRUE(WIFSIGNALED(killed));
     EXPECT_EQ(names(), "TheDemoExtractDir.1 TheDemoExtractDir.2 ");
     directory.write("TheDemoExtractDir.1.2/of a copy");
@@ -272,50 +248,43 @@ TEST_F(Cabinet, GoesOnWithWhatAKilledRunLeft) {
 TEST_F(Cabinet, LeavesTheDataOfACopyThatRunsBesideItAlone) {
     ASSERT_EQ(qbCabOpen(1, 500), 0);
     const int second = inProcess([&] {
-        if (qbCabOpen(1, 502) != 0 || fs::current_path() != pathOf("TheDemoExtractDir.1.2")) _exit(1);
+        if (qbCabOpen(1, 502) != 0 || fs::current_path() != pathOf("TheDemoExtractDir.1.2")) return 1;
         const int third = inProcess([&] {
             const bool beside = qbCabOpen(1, 503) == 0 && fs::exists(pathOf("TheDemoExtractDir.1.3/503"));
-            if (beside && qbCabClose(1) == 0) _exit(0);
+            return beside ? qbCabClose(1) : 1;
         });
-        if (third != 0 || names() != "TheDemoExtractDir.1 TheDemoExtractDir.1.2 ") _exit(2);
-        kill(getpid(), SIGKILL);
+        if (third != 0 || names() != "TheDemoExtractDir.1 TheDemoExtractDir.1.2 ") return 2;
+        return kill(getpid(), SIGKILL);
     });
     EXPECT_TRUE(WIFSIGNALED(second)) << second;
     EXPECT_EQ(names("TheDemoExtractDir.1"), "500 ");
-    const int fourth = inProcess([&] { // takes over what the second one left
-        if (qbCabOpen(1, 501) == 0 && names("TheDemoExtractDir.1.2") == "501 502 ") exit(0);
-    });
-    EXPECT_EQ(fourth, 0);
-    EXPECT_EQ(names(), "TheDemoExtractDir.1 ");
+    EXPECT_EQ(qbCabOpen(2, 500), 0);
+    EXPECT_EQ(names(), "TheDemoExtractDir.1 TheDemoExtractDir.2 ") << "what the second one left";
 }
 
 TEST_F(Cabinet, RefusesTheHundredthCopy) {
-    std::vector<int> locks;
-    for (int copy = 1; copy <= 99; ++copy) {
-        const std::string path = pathOf("TheDemoExtractDir.1") + (copy > 1 ? '.' + std::to_string(copy) : "");
-        fs::create_directory(path);
-        locks.push_back(open(path.c_str(), O_RDONLY));
-        ASSERT_EQ(flock(locks.back(), LOCK_EX), 0);
-    }
+    const std::string first = pathOf("TheDemoExtractDir.1");
+    std::vector<QbHeldDirectory*> copies(99);
+    for (size_t i = 0; i < copies.size(); ++i)
+        ASSERT_EQ(qbDirectoryHold((i ? first + '.' + std::to_string(i + 1) : first).c_str(), &copies[i]), 0);
     EXPECT_EQ(qbCabOpen(1, 500), -1);
-    EXPECT_EQ(
-        messages.texts(),
-        std::vector<std::string>{pathOf("TheDemoExtractDir.1") +
-                                 " and the names behind it are taken by 99 running copies of the show: end "
-                                 "some of them."});
-    close(locks.back());
+    EXPECT_EQ(messages.texts(),
+              std::vector<std::string>{first + " and the names behind it are taken by 99 running copies of "
+                                               "the show: end some of them."});
+    qbDirectoryRemove(copies.back());
     EXPECT_EQ(qbCabOpen(1, 500), 0);
     EXPECT_EQ(names("TheDemoExtractDir.1.99"), "500 ");
-    for (const int lock : locks)
-        close(lock);
+    copies.pop_back();
+    for (QbHeldDirectory* copy : copies)
+        qbDirectoryRemove(copy);
 }
 
 // As where a library or a damaged file ends the process; rows that are not in use belong to it as well.
 TEST_F(Cabinet, LeavesNothingBehindWhenTheProcessEnds) {
     const int status = inProcess([&] {
-        if (qbCabOpen(1, 500) != 0 || qbCabOpen(2, 501) != 0) _exit(1);
+        if (qbCabOpen(1, 500) != 0 || qbCabOpen(2, 501) != 0) return 1;
         program.unpacked = EBADMSG;
-        if (qbCabOpen(3, 502) != EBADMSG || names("TheDemoExtractDir.3") != "502 hollow.tmp ") _exit(2);
+        if (qbCabOpen(3, 502) != EBADMSG || names("TheDemoExtractDir.3") != "502 hollow.tmp ") return 2;
         exit(0);
     });
     EXPECT_EQ(status, 0);

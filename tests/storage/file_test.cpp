@@ -4,9 +4,10 @@
 #include "support/messages.h"
 #include "support/temporary_directory.h"
 
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
-#include <cstring>
+#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 
@@ -27,8 +28,6 @@ protected:
         qbFileSetSeparator('/');
     }
     TemporaryDirectory directory;
-    char text[11] = "abcdefghij";
-    File memory{qbFileOpenMemory(text, 10), qbFileClose};
     char bytes[16] = "...............";
 };
 
@@ -49,10 +48,15 @@ TEST_F(FileLayer, ReadsPlainFiles) {
     const std::string tooLong(2048, 'n');
     for (const auto use : {qbFileUseStdio, qbFileUseMemory}) {
         use();
-        for (const char* name : {"missing", "data", "", tooLong.c_str(), static_cast<const char*>(nullptr)})
-            EXPECT_EQ(qbFileOpen(name, "rb"), nullptr);
-        EXPECT_EQ(qbFileOpen("data/a.bin", "?"), nullptr);
-        EXPECT_EQ(qbFileLoad("missing", "rb"), nullptr);
+        const std::pair<const char*, int> refused[] = {{"missing", ENOENT},
+                                                       {"data", EISDIR},
+                                                       {"", EISDIR},
+                                                       {tooLong.c_str(), ENAMETOOLONG},
+                                                       {nullptr, EINVAL}};
+        for (const auto& [name, error] : refused) {
+            EXPECT_EQ(qbFileLoad(name, "rb"), nullptr);
+            EXPECT_EQ(errno, error);
+        }
     }
     EXPECT_EQ(qbFileDataSize(opened("data/a.bin").get()), 10);
     EXPECT_EQ(qbFileTell(file.get()), 10) << "an open file keeps its back end";
@@ -82,88 +86,65 @@ TEST_F(FileLayer, PutsTheRootInFront) {
     EXPECT_STREQ(qbFileParent(qbFileParent("a/b/c.x")), "a"); // out of its own buffer
 }
 
-TEST_F(FileLayer, SeeksWithinTheBoundsOfMemoryAndEntries) {
+TEST_F(FileLayer, ReadsMemoryAndEntriesOfAnArchiveAlike) {
     const struct {
         long offset;
         int origin;
         long position; // -1 when it is refused
-    } cases[] = {{10, 0, 10},       {11, 0, -1},      {-1, 0, -1}, {5, 1, 10},  {6, 1, -1},
+    } seeks[] = {{10, 0, 10},       {11, 0, -1},      {-1, 0, -1}, {5, 1, 10},  {6, 1, -1},
                  {-5, 1, 0},        {-6, 1, -1},      {0, 2, 10},  {10, 2, 0},  {3, 2, 7},
                  {11, 2, -1},       {-1, 2, -1},      {0, 3, -1},  {0, -1, -1}, {LONG_MAX, 1, -1},
                  {LONG_MIN, 1, -1}, {LONG_MIN, 2, -1}};
-    ASSERT_EQ(std::system("tar cf a.tar Data"), 0);
-    tarlib_arch archive;
-    ASSERT_EQ(tarlib_arch_open_file(&archive, "a.tar"), 0);
-    qbFileUseTar(&archive);
-    {
-        const File entry = opened("Data/a.bin");
-        ASSERT_TRUE(entry);
-        for (QbFile* file : {memory.get(), entry.get()}) {
-            for (const auto& [offset, origin, position] : cases) {
-                ASSERT_EQ(qbFileSeek(file, 5, 0), 0);
-                EXPECT_EQ(qbFileSeek(file, offset, origin) == 0, position != -1) << offset << ' ' << origin;
-                EXPECT_EQ(qbFileTell(file), position == -1 ? 5 : position) << offset << ' ' << origin;
-            }
-        }
-    }
-    tarlib_arch_close(&archive);
-}
-
-TEST_F(FileLayer, ReadsMemoryUpToItsEnd) {
-    EXPECT_EQ(qbFileRead(bytes, 4, 3, memory.get()), 2U); // whole items only
-    EXPECT_EQ(std::string(bytes), "abcdefgh.......");
-    EXPECT_EQ(qbFileTell(memory.get()), 8);
-    EXPECT_EQ(qbFileRead(bytes, 1, SIZE_MAX, memory.get()), 2U);
-    EXPECT_EQ(qbFileRead(bytes, SIZE_MAX, SIZE_MAX, memory.get()), 0U);
-    EXPECT_EQ(qbFileRead(bytes, 0, 5, memory.get()), 0U);
-    EXPECT_EQ(qbFileGetc(memory.get()), -1);
-    // Gets stops behind the first other character, the buffer and the end; the buffer stays the caller's.
-    memcpy(text, "\xFE\n\nb\n\n\n\n\n\n", 10);
-    qbFileSeek(memory.get(), 0, 0);
-    EXPECT_EQ(qbFileGetc(memory.get()), -2);
-    EXPECT_EQ(qbFileGets(bytes, 0, memory.get()), nullptr);
-    for (const long position : {4, 8, 10})
-        EXPECT_EQ(qbFileGets(bytes, 4, memory.get()) ? qbFileTell(memory.get()) : 0, position);
-    EXPECT_EQ(qbFileGets(bytes, 4, memory.get()), nullptr);
-    EXPECT_EQ(qbFileOpenMemory(text, -1), nullptr);
-    EXPECT_EQ(qbFileOpenMemory(nullptr, 1), nullptr);
-}
-
-TEST_F(FileLayer, ReadsEntriesOfAnArchive) {
     directory.write("data/b", "\xFE\n\nb\n\n\n\n\n\n");
-    ASSERT_EQ(std::system("tar cf a.tar Data data"), 0);
+    ASSERT_EQ(std::system("tar cf a.tar data"), 0);
     QbFileOwner owner = {};
     ASSERT_EQ(tarlib_arch_open_file(&owner.archive, "a.tar"), 0);
     qbFileSetRoot("data");
-    for (const bool owned : {false, true}) {
-        owned ? qbFileUseOwnedTar(&owner) : qbFileUseTar(&owner.archive);
+    const std::pair<std::function<void()>, std::string> modes[] = {
+        {qbFileUseMemory, "memory"},
+        {[&] { qbFileUseTar(&owner.archive); }, "an archive"},
+        {[&] { qbFileUseOwnedTar(&owner); }, "an archive"}};
+    for (const auto& [use, place] : modes) {
+        use();
         const File file = opened("b");
         ASSERT_TRUE(file);
-        EXPECT_FALSE(opened("B"));
-        EXPECT_FALSE(opened(""));
         EXPECT_EQ(qbFileGetc(file.get()), -2);
         bytes[4] = '.';
         EXPECT_EQ(qbFileGets(bytes, 0, file.get()), nullptr);
-        for (const long position : {4, 8, 10})
+        for (const long position : {4, 8, 10}) // behind the first other character, the buffer and the end
             EXPECT_EQ(qbFileGets(bytes, 4, file.get()) ? qbFileTell(file.get()) : 0, position);
         EXPECT_EQ(bytes[4], '.') << "a character behind the length";
         EXPECT_EQ(qbFileGets(bytes, 4, file.get()), nullptr);
         EXPECT_EQ(qbFileGetc(file.get()), -1);
-        EXPECT_EQ(qbFileSeek(file.get(), 7, 2), 0);
+        for (const auto& [offset, origin, position] : seeks) {
+            ASSERT_EQ(qbFileSeek(file.get(), 5, 0), 0);
+            EXPECT_EQ(qbFileSeek(file.get(), offset, origin) == 0, position != -1) << offset << origin;
+            EXPECT_EQ(qbFileTell(file.get()), position == -1 ? 5 : position) << offset << origin;
+        }
+        qbFileSeek(file.get(), 3, 0);
         EXPECT_EQ(qbFileSize(file.get()), 10);
-        EXPECT_EQ(qbFileRead(bytes, 2, 9, file.get()), 3U);
+        EXPECT_EQ(qbFileRead(bytes, 0, 5, file.get()), 0U);
+        EXPECT_EQ(qbFileRead(bytes, SIZE_MAX, SIZE_MAX, file.get()), 0U);
+        EXPECT_EQ(qbFileRead(bytes, 2, SIZE_MAX / 2, file.get()), 3U); // whole items only
         EXPECT_EQ(bytes[0], 'b');
+        EXPECT_EQ(qbFileTell(file.get()), 9);
         EXPECT_EQ(qbFileDataSize(File(qbFileLoad("b", "rb"), qbFileClose).get()), 10);
 
         testing::internal::CaptureStderr();
         EXPECT_EQ(qbIniLoad("b"), nullptr);
         EXPECT_EQ(testing::internal::GetCapturedStderr(),
-                  "iniparser: b can not be read by lines from an archive\n");
+                  "iniparser: b can not be read by lines from " + place + "\n");
     }
     tarlib_arch_close(&owner.archive);
     EXPECT_FALSE(opened("b"));
-    qbFileUseTar(nullptr);
-    EXPECT_FALSE(opened("b"));
+    EXPECT_EQ(errno, ENOENT) << "and not what the last load left";
     qbFileUseOwnedTar(nullptr);
     EXPECT_FALSE(opened("b"));
+}
+
+TEST_F(FileLayer, LeavesACallersBufferToTheCaller) {
+    char text[] = "ab";
+    qbFileClose(qbFileOpenMemory(text, 2));
+    EXPECT_EQ(qbFileOpenMemory(text, -1), nullptr);
+    EXPECT_EQ(qbFileOpenMemory(nullptr, 1), nullptr);
 }

@@ -20,8 +20,7 @@ struct QbResource;
 int qbResourceFind(const char* type, int id);
 // Null when there is none, or when the program's file does not open any more.
 QbResource* qbResourceOpen(const char* type, int id);
-uint64_t qbResourceSize(const QbResource* resource); // bytes
-void qbResourceClose(QbResource* resource);          // null is allowed
+void qbResourceClose(QbResource* resource); // null is allowed
 
 enum QbResourceResult { QB_RESOURCE_COPIED = 0, QB_RESOURCE_DAMAGED = -1, QB_RESOURCE_NOT_WRITTEN = -2 };
 // Appends the whole resource to `target` in pieces, which are flushed. QB_RESOURCE_DAMAGED when it can not be

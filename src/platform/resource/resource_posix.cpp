@@ -96,10 +96,6 @@ QbResource* qbResourceOpen(const char* type, int id) {
     return resource.release();
 }
 
-uint64_t qbResourceSize(const QbResource* resource) {
-    return resource->size;
-}
-
 void qbResourceClose(QbResource* resource) {
     delete resource;
 }

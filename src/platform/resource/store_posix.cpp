@@ -115,10 +115,11 @@ int qbStoreOpenRunning() {
     return file >= 0 ? file : qbStoreOpen(qbProgramPath(), false);
 }
 
-bool qbStoreReadAt(int file, uint64_t offset, void* data, size_t size) {
-    auto* bytes = static_cast<char*>(data);
+// `step` is pread or pwrite, which may stop early.
+template <class Step, class Byte>
+static bool passAll(Step step, int file, uint64_t offset, Byte* bytes, size_t size) {
     while (size > 0) {
-        const ssize_t count = pread(file, bytes, size, static_cast<off_t>(offset));
+        const ssize_t count = step(file, bytes, size, static_cast<off_t>(offset));
         if (count < 0 && errno == EINTR) continue;
         if (count == 0) errno = EIO;
         if (count <= 0) return false;
@@ -129,18 +130,12 @@ bool qbStoreReadAt(int file, uint64_t offset, void* data, size_t size) {
     return true;
 }
 
+bool qbStoreReadAt(int file, uint64_t offset, void* data, size_t size) {
+    return passAll(pread, file, offset, static_cast<char*>(data), size);
+}
+
 bool qbStoreWriteAt(int file, uint64_t offset, const void* data, size_t size) {
-    auto* bytes = static_cast<const char*>(data);
-    while (size > 0) {
-        const ssize_t count = pwrite(file, bytes, size, static_cast<off_t>(offset));
-        if (count < 0 && errno == EINTR) continue;
-        if (count == 0) errno = EIO;
-        if (count <= 0) return false;
-        bytes += count;
-        offset += static_cast<uint64_t>(count);
-        size -= static_cast<size_t>(count);
-    }
-    return true;
+    return passAll(pwrite, file, offset, static_cast<const char*>(data), size);
 }
 
 bool qbStoreCopyRange(int source, uint64_t from, uint64_t size, int target, uint64_t to) {

@@ -21,13 +21,6 @@ QbChunkPlace::~QbChunkPlace() {
     writer.place.pop_back();
 }
 
-static std::string tagText(uint32_t tag) {
-    std::string text;
-    for (int shift = 24; shift >= 0; shift -= 8)
-        text += static_cast<char>(tag >> shift & 0xff);
-    return text;
-}
-
 static uint32_t wordAt(const QbChunkWriter& writer, size_t offset) {
     uint32_t word = 0;
     for (size_t i = 0; i < 4; i++)
@@ -77,8 +70,8 @@ void qbChunkEnd(QbChunkWriter& writer) {
     size_t size = writer.bytes.size() - header - 4 - width;
     size_t limit = width == 2 ? size_t{QB_CHUNK_SIZE_MAX} : size_t{INT32_MAX};
     if (size > limit)
-        qbChunkFail(writer, "chunk " + tagText(wordAt(writer, header)) + " takes " + std::to_string(size) +
-                                " bytes, at most " + std::to_string(limit) +
+        qbChunkFail(writer, std::string("chunk ") + qbTagText(wordAt(writer, header)).text + " takes " +
+                                std::to_string(size) + " bytes, at most " + std::to_string(limit) +
                                 " fit: use fewer frames, or split it up");
     setBigEndian(writer, header + 4, size, width);
 }

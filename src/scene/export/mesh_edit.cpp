@@ -1,6 +1,5 @@
 #include "scene/export/mesh_shapes.h"
 
-#include <algorithm>
 #include <cmath>
 #include <map>
 #include <utility>
@@ -38,18 +37,6 @@ void qbMeshAppend(QbExportMesh& mesh, const QbExportMesh& part, uint32_t materia
     }
 }
 
-void qbMeshMerge(QbExportMesh& mesh, const QbExportMesh& part) {
-    // Triangles without a material list stand on one white material, which becomes a real one here.
-    if (mesh.materials.empty() && !mesh.triangles.empty()) mesh.materials.resize(1);
-    size_t first = mesh.triangles.size();
-    uint32_t base = static_cast<uint32_t>(mesh.materials.size());
-    qbMeshAppend(mesh, part, 0);
-    for (size_t i = 0; i < part.triangles.size(); i++)
-        mesh.triangles[first + i].material = base + part.triangles[i].material;
-    mesh.materials.insert(mesh.materials.end(), part.materials.begin(), part.materials.end());
-    if (part.materials.empty()) mesh.materials.emplace_back();
-}
-
 static void swapCorners(QbExportMesh& mesh) {
     for (QbExportTriangle& triangle : mesh.triangles)
         std::swap(triangle.corners[1], triangle.corners[2]);
@@ -82,18 +69,6 @@ void qbMeshScaleUv(QbExportMesh& mesh, float u, float v) {
         vertex.uv[0] *= u;
         vertex.uv[1] *= v;
     }
-}
-
-void qbMeshFlip(QbExportMesh& mesh) {
-    for (QbExportVertex& vertex : mesh.vertices)
-        for (float& part : vertex.normal)
-            part = -part;
-    swapCorners(mesh);
-}
-
-void qbMeshSetMaterial(QbExportMesh& mesh, uint32_t material) {
-    for (QbExportTriangle& triangle : mesh.triangles)
-        triangle.material = material;
 }
 
 void qbMeshFlatNormals(QbExportMesh& mesh) {

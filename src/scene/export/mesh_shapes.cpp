@@ -73,21 +73,6 @@ QbExportMesh qbShapeHeightField(float sizeX, float sizeZ, uint32_t cellsX, uint3
     return mesh;
 }
 
-QbExportMesh qbShapeSphere(float radius, uint32_t segments, uint32_t rings) {
-    segments = std::max(3u, segments);
-    rings = std::max(2u, rings);
-    QbExportMesh mesh;
-    addGrid(mesh, segments, rings, [&](uint32_t column, uint32_t row) {
-        double u = double{1} * column / segments, v = double{1} * row / rings;
-        // The seam and the poles close exactly.
-        double longitude = column == segments ? 0 : u * TURN, latitude = (v - 0.5) * TURN / 2;
-        double across = row == 0 || row == rings ? 0 : std::cos(latitude), y = std::sin(latitude);
-        double x = across * std::cos(longitude), z = across * std::sin(longitude);
-        return QbExportVertex{vec3(radius * x, radius * y, radius * z), vec3(x, y, z), vec2(u, 1 - v)};
-    });
-    return mesh;
-}
-
 QbExportMesh qbShapeTorus(float ring, float tube, uint32_t ringSegments, uint32_t tubeSegments) {
     ringSegments = std::max(3u, ringSegments);
     tubeSegments = std::max(3u, tubeSegments);
@@ -148,14 +133,6 @@ QbExportMesh qbShapeRevolve(const std::vector<QbVec2>& profile, uint32_t segment
     return mesh;
 }
 
-QbExportMesh qbShapeRing(float innerRadius, float outerRadius, float height, uint32_t segments) {
-    float y = height / 2;
-    QbVec2 innerLow = {innerRadius, -y}, outerLow = {outerRadius, -y};
-    QbVec2 outerHigh = {outerRadius, y}, innerHigh = {innerRadius, y};
-    return qbShapeRevolve(
-        {innerLow, outerLow, outerLow, outerHigh, outerHigh, innerHigh, innerHigh, innerLow}, segments);
-}
-
 static void addDisc(QbExportMesh& mesh, float radius, float y, bool up, uint32_t segments) {
     if (radius == 0) return;
     QbVec3 normal = {0, up ? 1.0f : -1.0f, 0};
@@ -201,89 +178,6 @@ QbExportMesh qbShapeBox(QbVec3 size) {
                         (row ? side.up[i] : -side.up[i]));
             return QbExportVertex{p, side.normal, vec2(column, 1.0 - row)};
         });
-    return mesh;
-}
-
-static double crossAt(const QbVec2& a, const QbVec2& b, const QbVec2& c) {
-    return (double{b[0]} - a[0]) * (double{c[1]} - a[1]) - (double{b[1]} - a[1]) * (double{c[0]} - a[0]);
-}
-
-static bool holds(const QbVec2& a, const QbVec2& b, const QbVec2& c, const QbVec2& p) {
-    return p != a && p != b && p != c && crossAt(a, b, p) >= 0 && crossAt(b, c, p) >= 0 &&
-           crossAt(c, a, p) >= 0;
-}
-
-// Cuts ears off a counter-clockwise outline until a triangle is left. The numbers of the corners, by three.
-static std::vector<uint32_t> triangulate(const std::vector<QbVec2>& outline) {
-    std::vector<uint32_t> rest(outline.size()), corners;
-    for (uint32_t i = 0; i < rest.size(); i++)
-        rest[i] = i;
-    auto isEar = [&](size_t i) {
-        const QbVec2& a = outline[rest[(i + rest.size() - 1) % rest.size()]];
-        const QbVec2 &b = outline[rest[i]], &c = outline[rest[(i + 1) % rest.size()]];
-        return crossAt(a, b, c) > 0 && std::none_of(rest.begin(), rest.end(), [&](uint32_t other) {
-                   return holds(a, b, c, outline[other]);
-               });
-    };
-    while (rest.size() >= 3) {
-        size_t i = 0;
-        while (i < rest.size() && !isEar(i))
-            i++;
-        if (i == rest.size()) break; // what is left lies on a line, or the outline crosses itself
-        corners.insert(corners.end(),
-                       {rest[(i + rest.size() - 1) % rest.size()], rest[i], rest[(i + 1) % rest.size()]});
-        rest.erase(rest.begin() + static_cast<std::ptrdiff_t>(i));
-    }
-    return corners;
-}
-
-static double signedArea(const std::vector<QbVec2>& outline) {
-    double area = 0;
-    for (size_t i = 0; i < outline.size(); i++)
-        area += crossAt({0, 0}, outline[i], outline[(i + 1) % outline.size()]) / 2;
-    return area;
-}
-
-static void addOutlineEnd(QbExportMesh& mesh, const std::vector<QbVec2>& outline, float z, bool back) {
-    QbVec2 low = outline[0], high = outline[0];
-    for (const QbVec2& p : outline)
-        for (size_t i = 0; i < 2; i++) {
-            low[i] = std::min(low[i], p[i]);
-            high[i] = std::max(high[i], p[i]);
-        }
-    uint32_t base = static_cast<uint32_t>(mesh.vertices.size());
-    for (const QbVec2& p : outline) {
-        double u = (p[0] - low[0]) / (high[0] - low[0]), v = (p[1] - low[1]) / (high[1] - low[1]);
-        addVertex(mesh, {p[0], p[1], z}, {0, 0, back ? 1.0f : -1.0f}, vec2(back ? 1 - u : u, 1 - v));
-    }
-    std::vector<uint32_t> corners = triangulate(outline);
-    for (size_t i = 0; i < corners.size(); i += 3)
-        addTriangle(mesh, base + corners[i], base + corners[back ? i + 1 : i + 2],
-                    base + corners[back ? i + 2 : i + 1]);
-}
-
-QbExportMesh qbShapeExtrude(const std::vector<QbVec2>& points, float depth) {
-    QbExportMesh mesh;
-    std::vector<QbVec2> outline = points;
-    double area = signedArea(outline);
-    if (area < 0) std::reverse(outline.begin(), outline.end());
-    if (outline.size() < 3 || area == 0) return mesh;
-    addOutlineEnd(mesh, outline, -depth / 2, false);
-    addOutlineEnd(mesh, outline, depth / 2, true);
-    std::vector<QbVec2> loop = outline;
-    loop.push_back(outline[0]);
-    std::vector<double> shares = profileShares(loop);
-    for (size_t i = 0; i < outline.size(); i++) {
-        const QbVec2 &p = loop[i], &q = loop[i + 1];
-        QbVec3 normal = unit(double{q[1]} - p[1], double{p[0]} - q[0], 0);
-        // As seen from outside with Z upwards, the outline runs from right to left.
-        addGrid(mesh, 1, 1, [&](uint32_t column, uint32_t row) {
-            const QbVec2& corner = column ? p : q;
-            return QbExportVertex{{corner[0], corner[1], row ? depth / 2 : -depth / 2},
-                                  normal,
-                                  vec2(column ? 1 - shares[i] : 1 - shares[i + 1], 1.0 - row)};
-        });
-    }
     return mesh;
 }
 

@@ -176,15 +176,13 @@ struct QbExportShaderParam {
     QbExportChannel channel; // no samples: the parameter stays 0
 };
 
-enum { QB_EXPORT_SHADER_PARAMS_MAX = 10 }; // a surface
-
 struct QbExportSurface {
     std::string name;
     std::vector<QbExportSurfaceParam> params;
     std::string shaderName; // no blanks, at most 63 characters; the same for the two functions
     std::string shaderVertexFunction;
     std::string shaderPixelFunction;
-    std::vector<QbExportShaderParam> shaderParams;
+    std::vector<QbExportShaderParam> shaderParams; // at most 10
     std::vector<QbExportGroup> groups; // further groups under the surface, ignored when the scene plays
 };
 

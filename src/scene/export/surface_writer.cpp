@@ -7,8 +7,6 @@
 #include <map>
 #include <set>
 
-enum { GROUP_DEPTH_MAX = 5 };
-
 static constexpr uint32_t TYPE_NUMBER = 2, TYPE_PERCENT = 4;
 
 struct Property {
@@ -81,9 +79,9 @@ static void checkShader(QbChunkWriter& writer, const QbExportSurface& surface) {
     checkShaderWord(writer, "shader", surface.shaderName, QB_SHADER_NAME_SIZE - 1);
     checkShaderWord(writer, "vertex function", surface.shaderVertexFunction, QB_SHADER_NAME_SIZE - 1);
     checkShaderWord(writer, "pixel function", surface.shaderPixelFunction, QB_SHADER_NAME_SIZE - 1);
-    if (surface.shaderParams.size() > QB_EXPORT_SHADER_PARAMS_MAX)
+    if (surface.shaderParams.size() > QB_SHADER_VALUE_PARAMS_MAX)
         qbChunkFail(writer, std::to_string(surface.shaderParams.size()) + " shader parameters, at most " +
-                                std::to_string(QB_EXPORT_SHADER_PARAMS_MAX) + " fit a surface");
+                                std::to_string(QB_SHADER_VALUE_PARAMS_MAX) + " fit a surface");
     std::set<std::string> names;
     for (const QbExportShaderParam& param : surface.shaderParams) {
         checkShaderWord(writer, "shader parameter", param.name, QB_SHADER_PARAM_NAME_SIZE - 1);
@@ -144,9 +142,9 @@ void qbExportSceneObjectWrite(QbChunkWriter& writer, const QbExportSceneObject& 
 
 void qbExportGroupWrite(QbChunkWriter& writer, const QbExportGroup& group, int depth, size_t frames) {
     QbChunkPlace place(writer, "group", group.name);
-    if (depth > GROUP_DEPTH_MAX) {
+    if (depth > QB_CHANNEL_GROUP_DEPTH_MAX) {
         qbChunkFail(writer, "lies " + std::to_string(depth) + " groups deep, at most " +
-                                std::to_string(GROUP_DEPTH_MAX) + " are read");
+                                std::to_string(QB_CHANNEL_GROUP_DEPTH_MAX) + " are read");
         return;
     }
     qbChunkBegin(writer, QB_TAG_CGRP);

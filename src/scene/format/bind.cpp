@@ -1,3 +1,4 @@
+#include "platform/message.h"
 #include "scene/format/channel.h"
 #include "scene/format/tables.h"
 
@@ -35,6 +36,8 @@ struct Lookup {
     GroupIndex groups; // at the top level
     std::unordered_map<const QbChannelGroup*, GroupIndex> children;
     std::unordered_map<const QbChannelGroup*, ChannelIndex> channels;
+    const char* sceneName; // for messages
+    bool isLossReported;   // once for each scene: all its surfaces may share what is too much
 };
 
 constexpr const char* MOTION_NAMES[9] = {"Position.X", "Position.Y", "Position.Z", "Rotation.H", "Rotation.P",
@@ -186,16 +189,29 @@ std::string_view nodeText(std::string_view name) {
     return name.substr(0, name.find(' '));
 }
 
+void reportLoss(Lookup& lookup, const QbSurface& surface, const QbChannelGroup& node, const char* what) {
+    if (!lookup.isLossReported)
+        qbMessage("%s: surface \"%s\": \"%s\" %s", lookup.sceneName, surface.name, node.name, what);
+    lookup.isLossReported = true;
+}
+
 template <size_t size>
-void copyCut(char (&to)[size], std::string_view text) {
+void setName(char (&to)[size], Lookup& lookup, const QbSurface& surface, const QbChannelGroup& node) {
+    const std::string_view text = nodeText(node.name);
     const size_t length = std::min(text.size(), size - 1);
+    if (length < text.size())
+        reportLoss(lookup, surface, node,
+                   "is too long and is cut: a shader's file and functions have at most 63 characters, its "
+                   "parameters 67");
     std::copy_n(text.data(), length, to);
     to[length] = 0;
 }
 
 // Keeps as many as the tables give out: surfaces that share one group of nodes would multiply them.
 void addShaderParam(QbSurface& surface, Lookup& lookup, const QbChannelGroup& node) {
-    if (surface.shaderParamCount >= QB_SHADER_VALUE_PARAMS_MAX) return;
+    if (surface.shaderParamCount >= QB_SHADER_VALUE_PARAMS_MAX)
+        return reportLoss(lookup, surface, node,
+                          "is one parameter too many: a shader takes 10, the others are left out");
     const auto count = static_cast<size_t>(surface.shaderParamCount);
     void* grown = std::realloc(surface.shaderParams, (count + 1) * sizeof(QbShaderParam));
     if (!grown) throw std::bad_alloc();
@@ -203,18 +219,19 @@ void addShaderParam(QbSurface& surface, Lookup& lookup, const QbChannelGroup& no
     surface.shaderParamCount++;
     QbShaderParam& param = surface.shaderParams[count];
     param = {};
-    copyCut(param.name, nodeText(node.name));
+    setName(param.name, lookup, surface, node);
     bind(lookup, param.channel, &node, "Scalar");
 }
 
 void bindShaderNode(QbSurface& surface, Lookup& lookup, const QbChannelGroup& node) {
     const std::string_view name = node.name;
     if (name.starts_with("Shader:")) {
-        copyCut(surface.shaderName, nodeText(name));
+        setName(surface.shaderName, lookup, surface, node);
         surface.hasShader = 1;
     }
-    if (name.starts_with("ShaderVertexFunction:")) copyCut(surface.shaderVertexFunction, nodeText(name));
-    if (name.starts_with("ShaderPixelFunction:")) copyCut(surface.shaderPixelFunction, nodeText(name));
+    if (name.starts_with("ShaderVertexFunction:"))
+        setName(surface.shaderVertexFunction, lookup, surface, node);
+    if (name.starts_with("ShaderPixelFunction:")) setName(surface.shaderPixelFunction, lookup, surface, node);
     if (name.starts_with("ShaderParam:")) addShaderParam(surface, lookup, node);
 }
 
@@ -270,7 +287,8 @@ uint32_t qbFindChannel(const QbChannelGroup* group, const char* name) {
 }
 
 int qbSceneBindChannels(QbScene* scene) {
-    Lookup lookup;
+    Lookup lookup = {};
+    lookup.sceneName = scene->globals->fileName ? scene->globals->fileName : "A scene";
     lookup.groups = indexGroups({scene->groups, static_cast<size_t>(scene->groupCount)});
     const SceneObjectIndex sceneObjects = indexSceneObjects(*scene);
     const QbChannelGroup* global = find(lookup.groups, "Global");

@@ -134,9 +134,11 @@ static const char* stringAt(const Walk& walk, size_t position) {
 }
 
 // A scene whose names or properties are damaged is not survived, not even in the middle of a show.
-static int reportSizeError(const char* reader, size_t bytesRead, uint32_t expected) {
+static int reportSizeError(const char* reader, size_t bytesRead, const Chunk& chunk) {
     std::fprintf(stderr, "Error: %s: bytesread(%d)  != nbytes expected(%d)\n", reader,
-                 static_cast<int>(bytesRead), static_cast<int>(expected));
+                 static_cast<int>(bytesRead), static_cast<int>(chunk.size));
+    if (walkedName)
+        std::fprintf(stderr, "%s: damaged scene file, byte %u: export it again\n", walkedName, chunk.header);
     if (!fatalHandler) std::exit(1);
     fatalHandler(1);
     return -1;
@@ -181,7 +183,7 @@ static int checkContent(const Walk& walk, const Chunk& chunk) {
         reader = "read_prop";
         bytes = propBytes(walk, chunk.body);
     }
-    return bytes == chunk.size ? 0 : reportSizeError(reader, bytes, chunk.size);
+    return bytes == chunk.size ? 0 : reportSizeError(reader, bytes, chunk);
 }
 
 static int checkStringLength(const Walk& walk, size_t offset) {
@@ -461,10 +463,6 @@ const char* qbIffString(const QbFile* file, uint32_t position, uint32_t size) {
 
 uint32_t qbIffWord(const QbFile* file, uint32_t position) {
     return wordIn(imageOf(file), position);
-}
-
-float qbIffFloat(const QbFile* file, uint32_t position) {
-    return std::bit_cast<float>(qbIffWord(file, position));
 }
 
 // The value behind type and name; empty when there is no name.

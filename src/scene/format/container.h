@@ -110,7 +110,6 @@ void qbIffSetFatalHandler(QbFatalHandler handler);
 
 const char* qbIffString(const QbFile* file, uint32_t position, uint32_t size); // NAME, FNAM
 uint32_t qbIffWord(const QbFile* file, uint32_t position);                     // 0 outside the image
-float qbIffFloat(const QbFile* file, uint32_t position);                       // 0.0 outside the image
 const char* qbIffPropName(const QbFile* file, uint32_t position, uint32_t size);
 // Word i of the value.
 int32_t qbIffPropInt(const QbFile* file, uint32_t position, uint32_t size, int i);

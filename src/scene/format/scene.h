@@ -48,6 +48,9 @@ struct QbChannel {
     uint32_t vals;
 };
 
+// Groups deeper than this are dropped with all that they hold; the top-level ones are at depth 1.
+enum { QB_CHANNEL_GROUP_DEPTH_MAX = 5 };
+
 struct QbChannelGroup {
     const char* name;
     int32_t channelCount;

@@ -21,9 +21,6 @@
 
 namespace {
 
-// A group below this depth is dropped with all that it holds.
-constexpr int groupDepthMax = 5;
-
 // Records may take this much for each byte of the file, and this much in any case: an empty chunk of 6 bytes
 // asks for a record of some thousand.
 constexpr size_t recordBytesPerFileByte = 8;
@@ -344,12 +341,12 @@ static QbChannelGroup* groupAt(int depth) {
 }
 
 static int readGroupChild(const Chunk& chunk) {
-    builder.groupDepth = chunk.depth <= groupDepthMax ? chunk.depth : 0;
+    builder.groupDepth = chunk.depth <= QB_CHANNEL_GROUP_DEPTH_MAX ? chunk.depth : 0;
     QbChannelGroup* group = groupAt(builder.groupDepth);
     if (!group) return QB_CHUNK_WALK;
     readString(group->name, QB_TAG_NAME, chunk);
     if (chunk.tag == QB_TAG_CHAN) return addChild(group->channels, group->channelCount);
-    if (chunk.tag == QB_TAG_CGRP && chunk.depth < groupDepthMax)
+    if (chunk.tag == QB_TAG_CGRP && chunk.depth < QB_CHANNEL_GROUP_DEPTH_MAX)
         return addChild(group->groups, group->groupCount);
     return QB_CHUNK_WALK;
 }

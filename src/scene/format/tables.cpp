@@ -452,6 +452,7 @@ int formatOf(const char* fileName) {
 } // namespace
 
 static QbSceneHandle* openQuab(const char* fileName) {
+    if (formatOf(fileName) != FORMAT_QUAB) return nullptr;
     std::unique_ptr<QbScene, decltype(&qbSceneRecordFree)> scene(qbSceneRead(fileName), qbSceneRecordFree);
     if (!scene) return nullptr;
     qbSceneBindChannels(scene.get());
@@ -463,7 +464,7 @@ static QbSceneHandle* openQuab(const char* fileName) {
 }
 
 QbSceneHandle* qbSceneOpen(const char* fileName) {
-    if (!fileName || formatOf(fileName) != FORMAT_QUAB) return nullptr;
+    if (!fileName) return nullptr;
     return qbUnlessOutOfMemory<QbSceneHandle*>(fileName, nullptr, [fileName] { return openQuab(fileName); });
 }
 

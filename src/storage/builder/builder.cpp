@@ -173,8 +173,7 @@ static void report(const Cabinet& cabinet, int id, const Files& contents, const 
             static_cast<unsigned long long>(size), sizeOfFile(path.c_str()));
 }
 
-static int addCabinet(const char* target, int id, const std::string& baseDir, const QbPatternList& list,
-                      Files& contents) {
+int qbCabAdd(const char* target, int id, const char* baseDir, const QbPatternList& list, Files* contents) {
     const Cabinet& cabinet = cabinetOf(id);
     const std::string full = qbFullPath(target);
     QbMatchedFiles matched = qbPatternFiles(baseDir, list);
@@ -186,18 +185,15 @@ static int addCabinet(const char* target, int id, const std::string& baseDir, co
 
     if (runTool(packing, list, cabinet) != 0) return -1;
     tellLeftOut(matched, baseDir);
-    if (qbCabinetList(packing.cabinet.c_str(), contents) != 0) {
+    Files packed;
+    if (qbCabinetList(packing.cabinet.c_str(), packed) != 0) {
         qbMessage("%s can not be read back and is not stored", packing.cabinet.c_str());
         return -1;
     }
     if (qbCabStore(full.c_str(), packing.cabinet.c_str(), id) != 0) return -1;
-    report(cabinet, id, contents, packing.cabinet);
+    report(cabinet, id, packed, packing.cabinet);
+    if (contents) *contents = std::move(packed);
     return 0;
-}
-
-int qbCabAdd(const char* target, int id, const char* baseDir, const QbPatternList& list) {
-    Files contents;
-    return addCabinet(target, id, baseDir, list, contents);
 }
 
 // --- the whole show -------------------------------------------------------------------------------------
@@ -213,12 +209,17 @@ static std::string fullDirectory(const std::string& path) {
     return full;
 }
 
-static bool isToBePacked(const std::string& target, const Show& show) {
-    const QbPatternList lists[] = {show.data, show.music, qbLoadingPatterns()};
-    for (const QbPatternList& list : lists)
-        for (const std::string& file : qbPatternFiles(show.baseDir, list).files)
-            if (qbPathIsSame(target, file.starts_with('/') ? file : show.baseDir + file)) return true;
+static bool isMatched(const std::string& target, const std::string& baseDir, const QbPatternList& list) {
+    for (const std::string& file : qbPatternFiles(baseDir, list).files)
+        if (qbPathIsSame(target, file.starts_with('/') ? file : baseDir + file)) return true;
     return false;
+}
+
+static bool isToBePacked(const std::string& target, const Show& show) {
+    const char* program = qbProgramDirectory();
+    return isMatched(target, show.baseDir, show.data) || isMatched(target, show.baseDir, show.music) ||
+           isMatched(target, show.baseDir, qbLoadingPatterns()) ||
+           isMatched(target, program ? program : "", qbShaderPatterns());
 }
 
 // The full path; empty after a message.
@@ -258,7 +259,7 @@ static int copyProgram(const std::string& target) {
 static int addStep(const std::string& target, int id, const std::string& baseDir, const QbPatternList& list,
                    Files& contents) {
     if (qbProcessEndAsked() != 0) return -1;
-    if (addCabinet(target.c_str(), id, baseDir, list, contents) == 0) return 0;
+    if (qbCabAdd(target.c_str(), id, baseDir.c_str(), list, &contents) == 0) return 0;
     qbMessage("Failed to add %s to cab base_dir='%s' dirlist='%s'\n", cabinetOf(id).failure, baseDir.c_str(),
               qbPatternText(list).c_str());
     return -1;

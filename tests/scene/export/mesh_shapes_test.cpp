@@ -42,8 +42,6 @@ double volume(const QbExportMesh& mesh) {
 }
 
 TEST(MeshShapes, FaceOutwardsAndHoldTheirVolume) {
-    // An L of 3 squares of side 2, given both ways round.
-    const std::vector<QbVec2> corner = {{0, 0}, {4, 0}, {4, 2}, {2, 2}, {2, 4}, {0, 4}};
     // Prisms and pyramids over a 12-gon: area 3 r r.
     const struct {
         const char* name;
@@ -52,22 +50,18 @@ TEST(MeshShapes, FaceOutwardsAndHoldTheirVolume) {
         size_t triangles;
     } CASES[] = {
         {"box", qbShapeBox({2, 3, 4}), 24, 1e-5, 12},
-        {"sphere", qbShapeSphere(2, 64, 32), 4.0 / 3 * PI * 8, 0.2, 64 * 31 * 2},
         {"icosahedron", qbShapeIcosphere(1, 0), 2.5361507, 1e-5, 20},
         {"icosphere", qbShapeIcosphere(2, 4), 4.0 / 3 * PI * 8, 0.2, 20 * 256},
         {"torus", qbShapeTorus(3, 1, 96, 48), 2 * PI * PI * 3, 0.3, 96 * 48 * 2},
         {"cylinder", qbShapeCylinder(2, 2, 5, 12), 3 * 4 * 5, 1e-4, 12 * 4},
         {"upturned cone", qbShapeCylinder(0, 2, 5, 12), 3 * 4 * 5 / 3.0, 1e-4, 12 * 2},
-        {"extrusion", qbShapeExtrude(corner, 3), 36, 1e-4, 4 + 4 + 12},
-        {"turned", qbShapeExtrude({corner.rbegin(), corner.rend()}, 3), 36, 1e-4, 4 + 4 + 12},
-        {"ring", qbShapeRing(2, 3, 5, 12), 3 * (9 - 4) * 5, 1e-4, 12 * 8},
     };
     for (const auto& entry : CASES) {
         SCOPED_TRACE(entry.name);
         EXPECT_EQ(entry.mesh.triangles.size(), entry.triangles);
         EXPECT_NEAR(volume(entry.mesh), entry.volume, entry.tolerance);
     }
-    EXPECT_EQ(qbShapeSphere(1, 0, 0).triangles.size(), 6u) << "counts are raised to the least";
+    EXPECT_EQ(qbShapeTorus(3, 1, 0, 0).triangles.size(), 18u) << "counts are raised to the least";
 }
 
 TEST(MeshShapes, PicturesStandUpright) {
@@ -77,8 +71,7 @@ TEST(MeshShapes, PicturesStandUpright) {
         QbVec2 uv;
     } CASES[] = {{qbShapeBox({2, 2, 2}), {-1, 1, -1}, {0, 0, -1}, {0, 0}},
                  {qbShapeBox({2, 2, 2}), {1, 1, -1}, {1, 0, 0}, {0, 0}},
-                 {qbShapePlane(2, 2, 2, 2), {1, 0, 0}, {0, 1, 0}, {1, 0.5f}},
-                 {qbShapeSphere(1, 4, 4), {0, 0, -1}, {0, 0, -1}, {0.75f, 0.5f}}};
+                 {qbShapePlane(2, 2, 2, 2), {1, 0, 0}, {0, 1, 0}, {1, 0.5f}}};
     for (const auto& entry : CASES) {
         const auto found = std::find_if(
             entry.mesh.vertices.begin(), entry.mesh.vertices.end(), [&](const QbExportVertex& vertex) {
@@ -95,8 +88,6 @@ TEST(MeshShapes, TransformsKeepTheOutside) {
     const double before = volume(mesh);
     qbMeshTransform(mesh, {10, -4, 2}, {20, 130, -40}, {-1, 2, 0.5f});
     EXPECT_NEAR(volume(mesh), before, 1e-3);
-    qbMeshFlip(mesh);
-    EXPECT_NEAR(volume(mesh), -before, 1e-3);
 
     QbExportMesh arrow;
     arrow.vertices = {{{1, 2, 3}, {0.6f, 0.8f, 0}, {}}};
@@ -108,27 +99,15 @@ TEST(MeshShapes, TransformsKeepTheOutside) {
     EXPECT_NEAR(dot(arrow.vertices[0].normal, Vec{0, 0.3, 0.8}), std::sqrt(0.73), 1e-6);
 }
 
-TEST(MeshShapes, NormalsChangeBetweenFlatAndSmooth) {
+TEST(MeshShapes, NormalsChangeBetweenFlatAndSmoothAlsoOfAPart) {
     QbExportMesh mesh = qbShapeBox({2, 2, 2});
+    qbMeshAppend(mesh, qbShapeBox({4, 4, 4}), 1);
+    EXPECT_EQ(mesh.triangles.back().material, 1u);
     qbMeshSmoothNormals(mesh);
-    EXPECT_GT(dot(mesh.vertices[0].normal, mesh.vertices[0].position), 1.6); // over the corner, 3 / sqrt(3)
+    EXPECT_GT(dot(mesh.vertices.back().normal, mesh.vertices.back().position),
+              3.2); // over the corner, 8 / sqrt(6): one face counts twice
     qbMeshFlatNormals(mesh);
-    EXPECT_NEAR(dot(mesh.vertices[0].normal, mesh.vertices[0].position), 1, 1e-6);
-}
-
-TEST(MeshShapes, MergeKeepsMaterialsApart) {
-    QbExportMesh mesh = qbShapeBox({1, 1, 1}), part = mesh;
-    const QbExportMesh bare = mesh;
-    part.materials.resize(2);
-    qbMeshSetMaterial(part, 1);
-    qbMeshMerge(mesh, part);
-    qbMeshMerge(mesh, bare);
-    qbMeshAppend(mesh, bare, 2);
-    EXPECT_EQ(mesh.materials.size(), 4u); // the white one of the first box, two, and one
-    const uint32_t EXPECTED[] = {0, 2, 3, 2};
-    for (size_t box = 0; box < 4; box++)
-        EXPECT_EQ(mesh.triangles[box * 12].material, EXPECTED[box]);
-    EXPECT_EQ(mesh.triangles.back().corners[2] / 24, 3u);
+    EXPECT_NEAR(dot(mesh.vertices.back().normal, mesh.vertices.back().position), 2, 1e-6);
 }
 
 } // namespace

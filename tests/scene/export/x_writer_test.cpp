@@ -71,7 +71,8 @@ TEST(XWriter, GeometryAndMaterialsComeBackFromBothForms) {
     const std::string picture = testing::TempDir() + "x_writer_picture.ppm";
     std::ofstream(picture) << "P6\n1 1\n255\nabc";
     QbExportMesh mesh = qbShapeTorus(1000, 0.3f, 24, 12);
-    qbMeshMerge(mesh, qbShapeBox({1e-3f, 2, 3}));
+    qbMeshAppend(mesh, qbShapeBox({1e-3f, 2, 3}), 1);
+    mesh.materials.resize(2);
     mesh.materials[1] = {{0.2f, 0.4f, 0.6f, 0.8f}, 12.5f, {1, 0.5f, 0}, {0, 0.2f, 1}, picture};
     mesh.name = "sail";
     mesh.transform = qbExportMatrix({10, 20, 30}, {0, 0, 90}, {2, 2, 2});
@@ -130,7 +131,8 @@ core::vector3df at(scene::ISkinnedMesh* mesh, float frame, u32 vertex) {
 TEST(XWriter, SplitsWhereTheEngineStopsCounting) {
     Engine engine;
     QbExportMesh whole = soup(65535), split = soup(65536);
-    qbMeshMerge(whole, triangle()); // another material counts for itself
+    qbMeshAppend(whole, triangle(), 1); // another material counts for itself
+    whole.materials.resize(2);
     EXPECT_EQ(qbMeshExportBlockCount(whole), 1u);
     EXPECT_EQ(engine.load(whole, QB_EXPORT_X_BINARY)->getMeshBuffer(0)->getVertexCount(), 65535u);
 

@@ -53,7 +53,6 @@ void* operator new[](size_t size, const std::nothrow_t&) noexcept {
 
 FAKE(int, qbResourceFind, (const char*, int), 0)
 FAKE(QbResource*, qbResourceOpen, (const char*, int), nullptr)
-FAKE(uint64_t, qbResourceSize, (const QbResource*), 0)
 FAKE(void, qbResourceClose, (QbResource*), 0)
 FAKE(QbResourceResult, qbResourceCopy, (const QbResource*, std::FILE*), 0)
 FAKE(int, qbCabinetUnpack, (const char*, const char*), 0)
@@ -216,10 +215,6 @@ TEST_F(Builder, MemoryAndReadFailuresStoreNothing) {
     EXPECT_EQ(qbCabStore("exe", "a.cab", 500), -1);
     EXPECT_EQ(Messages::texts(), (Texts{"Alloc failure 100000 bytes", "Failed to read cab a.cab"}));
     EXPECT_EQ(calls, Texts());
-
-    refusesMemory = [](size_t) { return true; }; // the demo record's
-    EXPECT_EQ(build(), Texts());
-    EXPECT_EQ(calls, Texts());
 }
 
 TEST_F(Builder, ScriptsAndTargetsAreCheckedFirst) {
@@ -231,10 +226,14 @@ TEST_F(Builder, ScriptsAndTargetsAreCheckedFirst) {
         EXPECT_EQ(build(taken, inShow + name),
                   Texts{"The target is the script itself, choose another name: " +
                         (taken == "link" ? here(taken) : base + name)});
-    for (const char* taken : {"loading.png", "xport/Room.quab", "music/Tune.MP3"})
-        EXPECT_EQ(build(inShow + taken),
+    faults.copy = EACCES; // a target that is not refused stays as it is
+    const std::string program = qbProgramDirectory(),
+                      shader = program + qbPatternFiles(program, qbShaderPatterns()).files.at(0);
+    for (const std::string& taken :
+         {inShow + "loading.png", inShow + "xport/Room.quab", inShow + "music/Tune.MP3", shader})
+        EXPECT_EQ(build(taken),
                   Texts{"The target is a file of the show that is to be packed, choose another name: " +
-                        std::filesystem::canonical(inShow + taken).string()});
+                        std::filesystem::canonical(taken).string()});
     std::string many;
     for (int part = 10; part < 26; part++) {
         many += "[part." + std::to_string(part) + "]\ndirectory=d\n";
@@ -245,7 +244,8 @@ TEST_F(Builder, ScriptsAndTargetsAreCheckedFirst) {
     directory.write("256.demo.ini", many);
     EXPECT_EQ(build("target", "256.demo.ini"), Texts{"Reached max directories\n"});
     EXPECT_EQ(calls, Texts());
-    faults.copy = EACCES;
+    directory.write("255.demo.ini", many.replace(many.rfind("=d\n"), 3, "=\n"));
+    EXPECT_EQ(build("target", "255.demo.ini")[0], target + ": Permission denied");
     const std::string fits(260 - directory.path().size() - 1, 't');
     EXPECT_EQ(build(fits)[0], here(fits) + ": Permission denied");
     EXPECT_EQ(build(fits + "t"),

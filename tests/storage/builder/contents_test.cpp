@@ -80,12 +80,10 @@ TEST_F(Contents, EitherHeightMapAndTheShadersFolderOfTheSceneWillDo) {
 
 TEST_F(Contents, WhatLeadsOutOfTheScriptsDirectoryIsMissing) {
     demo->partCount = 1;
-    const char* const directories[] = {"../xport", "/xport", "\\xport", "xport/../..", "C:/xport"};
-    for (const char* outside : directories) {
+    for (const char* outside : {"../xport", "\\xport", "xport/../..", "C:/xport"}) {
         snprintf(demo->parts[0].directory, sizeof demo->parts[0].directory, "%s", outside);
-        const Lines lines = missing();
-        ASSERT_EQ(lines.size(), 1U) << outside;
-        EXPECT_TRUE(lines[0].ends_with(" of the script)leads out of the script's directory: move it below"));
+        ASSERT_EQ(missing().size(), 1U) << outside;
+        EXPECT_TRUE(missing()[0].ends_with(")leads out of the script's directory: move it below")) << outside;
     }
 }
 

@@ -100,7 +100,9 @@ TEST(DumpToolTest, ReportsByTextAndStatus) {
         {"absent.quab", 255, "", "Cannot open file absent.quab"},
         {"'a scene.quab'", 0, EVERYTHING, ""},
         {"other.quab", 255, "", "Not an IFF file (Missing FORM tag)"},
-        {"name.quab", 1, "{ QUAB\n  { Scene\n", "Error: read_name: bytesread(4)  != nbytes expected(6)\n"},
+        {"name.quab", 1, "{ QUAB\n  { Scene\n",
+         "Error: read_name: bytesread(4)  != nbytes expected(6)\n"
+         "name.quab: damaged scene file, byte 20: export it again\n"},
     };
     for (const auto& c : CASES) {
         SCOPED_TRACE(c.arguments);

@@ -77,6 +77,7 @@ TEST_F(BindTest, BindsItemsByTheirWorldGroupFirst) {
 // Names at the limit and one behind it: of a file, a function and a parameter.
 TEST_F(BindTest, ReadsShaderNodesAndCutsWhatDoesNotFit) {
     for (const size_t extra : {0u, 1u}) {
+        const Messages messages;
         const std::string n63(63 + extra, 's'), n67(67 + extra, 'p');
         std::string nodes =
             nested("CGRP", "") + group("ShaderVertexFunction:" + n63, "") + group("shader:lower.hlsl", "") +
@@ -100,10 +101,22 @@ TEST_F(BindTest, ReadsShaderNodesAndCutsWhatDoesNotFit) {
         EXPECT_EQ(s.shaderParams[1].name, std::string(67, 'p'));
         EXPECT_EQ(at(s.shaderParams[9].channel), 9);
         EXPECT_EQ((&s)[1].group, nullptr) << "another scene object's surface";
+        const std::string cut = "A scene: surface \"S\": \"ShaderVertexFunction:" + n63 +
+                                "\" is too long and is cut: a shader's file and functions have at most 63 "
+                                "characters, its parameters 67";
+        EXPECT_EQ(Messages::texts(), std::vector(extra, cut)) << "once, whatever else does not fit";
     }
-    read(top("SOBJ", name("o") + nested("SURF", name("S"))) +
-         topGroup("Surfaces", group("o", group("S", group("Nodes", group("ShaderPixelFunction:p", ""))))));
+    const Messages messages;
+    std::string nodes = group("ShaderPixelFunction:p", "");
+    for (int i = 0; i < 11; i++)
+        nodes += group("ShaderParam:p" + std::to_string(i), "");
+    read(top("SCEN", fnam("ville.lws")) + top("SOBJ", name("o") + nested("SURF", name("S"))) +
+         topGroup("Surfaces", group("o", group("S", group("Nodes", nodes)))));
     EXPECT_EQ(scene->sceneObjects[0].surfaces[0].hasShader, 0) << "a function alone is no shader";
+    const std::string wanted =
+        "ville.lws: surface \"S\": \"ShaderParam:p10\" is one parameter too many: a shader takes 10, "
+        "the others are left out";
+    EXPECT_EQ(Messages::texts(), std::vector{wanted});
 }
 
 } // namespace

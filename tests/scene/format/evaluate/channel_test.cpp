@@ -19,7 +19,6 @@ void expectSample(const QbScene* scene, const QbChannelRef& channel, int32_t ind
 
 TEST(ChannelSampleTime, MapsTimeToSamples) {
     constexpr float NOT_A_NUMBER = std::numeric_limits<float>::quiet_NaN();
-    constexpr float INFINITE = std::numeric_limits<float>::infinity();
     const struct {
         int32_t frameStart, frameEnd;
         float framesPerSecond, time;
@@ -34,8 +33,6 @@ TEST(ChannelSampleTime, MapsTimeToSamples) {
         {5, 5, 25, 20, 0, 0, 0},
         {INT_MAX, INT_MIN, 25, 20, 0, 0, 0},
         {0, 100, 25, NOT_A_NUMBER, 0, 0, 0},
-        {0, 100, 25, INFINITE, 100, 100, 0},
-        {0, 100, -25, 60, 0, 0, 0},
         {INT_MIN, INT_MAX, 25, 1e30f, INT_MAX - 127, INT_MAX - 127, 0},
     };
     for (const auto& row : ROWS) {
@@ -122,7 +119,6 @@ TEST(ChannelSample, StandsAtTheEdgesAndStaysInsideDamage) {
         {"literals fewer than their count", nested("VDAT", one) + good, {{0, 1}, {1, 0}, {3, 0}, {4, 5}}},
         {"chunk over the body's end", good + nested("VRUN", one, 60000), {{2, 1}, {6, 0}}},
         {"sum over 2^31", good + run(0x7ffffffe, 3) + good, {{1, 6}, {2, 0}, {INT_MAX, 0}}},
-        {"sum of 2^31 - 1", good + run(0x7ffffffd, 3) + good, {{2, 3}, {INT_MAX - 1, 3}, {INT_MAX, 0}}},
     };
     for (const auto& row : ROWS) {
         SCOPED_TRACE(row.name);
