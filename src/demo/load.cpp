@@ -8,6 +8,7 @@
 #include "platform/message.h"
 #include "platform/path.h"
 #include "platform/process.h"
+#include "platform/span.h"
 #include "platform/text.h"
 #include "scene/runtime/slots.h"
 
@@ -142,6 +143,7 @@ static bool loadPartScenes(const char* baseDir, QbDemoPart& part, NextScene& nex
 }
 
 int qbDemoLoadScenes(QbDemo* demo, const char* baseDir) {
+    const QbSpan span("scenes");
     NextScene next;
     int result = 0;
     for (int index = 0; index < demo->partCount && result == 0; index++) {
@@ -153,6 +155,7 @@ int qbDemoLoadScenes(QbDemo* demo, const char* baseDir) {
 }
 
 static int loadMusics(QbDemo* demo) {
+    const QbSpan span("music");
     int id = 1;
     for (QbDemoPart& part : qbDemoParts(demo)) {
         if (!part.music[0]) continue;

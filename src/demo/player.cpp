@@ -9,6 +9,7 @@
 #include "engine/fader.h"
 #include "materials/camera_shaders.h"
 #include "platform/message.h"
+#include "platform/span.h"
 #include "scene/runtime/slots.h"
 
 #include <algorithm>
@@ -215,6 +216,7 @@ static void stepTimeline(Player& player) {
 
 void qbDemoGetReady() {
     qbEngineWarmUp();
+    const QbSpan span("pause");
     qbEngineSleep(START_PAUSE);
 }
 
@@ -225,6 +227,7 @@ int qbDemoPlay(QbDemo* demo) {
     while (!qbEngineIsOver()) {
         const int now = qbEngineTime();
         player.elapsed = timeBetween(player.base, now);
+        const QbSpan span("frame");
         if (!stepPart(player, now)) break;
         stepTimeline(player);
         if (demoObserver) demoObserver(demo, player.partIndex, player.elapsed);

@@ -8,6 +8,7 @@
 #include "platform/message.h"
 #include "platform/path.h"
 #include "platform/process.h"
+#include "platform/span.h"
 #include "platform/window/window.h"
 
 #include <irrlicht/irrlicht.h>
@@ -74,6 +75,7 @@ static int createDeviceFailed(const char* why) {
 }
 
 static int openDevice(int fullscreen, int vsync) {
+    const QbSpan span("window");
     if (!qbProcessHasDisplay())
         return createDeviceFailed(
             "there is no display: start a desktop session, or set DISPLAY to an X server");
@@ -132,6 +134,7 @@ static int openCamera(int ride) {
 }
 
 static int openRenderer() {
+    const QbSpan span("renderer");
     renderer = nextRenderer;
     if (!engine.lightPrePass || !renderer) return 0;
     rendererCreated = renderer->create() == 0;
@@ -269,6 +272,7 @@ void qbEngineDrawFrame() {
 }
 
 void qbEngineWarmUp() {
+    const QbSpan span("warm up");
     if (engine.device && !qbWindowLost() && rendererCreated && renderer->warmUp) renderer->warmUp();
 }
 

@@ -3,6 +3,7 @@
 #include "engine/cube_map.h"
 #include "engine/engine.h"
 #include "engine/hlsl.h"
+#include "platform/span.h"
 
 #include <algorithm>
 #include <array>
@@ -109,14 +110,23 @@ static void takeLayers(QbGpuProgram* program) {
         }
 }
 
+static QbHlslSource hlslSource(const QbGpuSource& source) {
+    return {source.file, source.vertexText, source.pixelText, source.vertexMain, source.pixelMain};
+}
+
+void qbGpuProgramsPrepare(const std::vector<QbGpuSource>& sources) {
+    std::vector<QbHlslSource> texts;
+    for (const QbGpuSource& source : sources)
+        if (source.highLevel) texts.push_back(hlslSource(source));
+    qbHlslTranslateAhead(texts.data(), texts.size());
+}
+
 static int createHlsl(const QbGpuSource& source, video::IGPUProgrammingServices* services,
                       video::IShaderConstantSetCallBack* callback, QbGpuProgram* program,
                       std::string* errors) {
     QbHlslProgram translated;
     // Direct3D compiles the author's text itself; the translation then tells errors and constants.
-    const QbHlslSource text{source.file, source.vertexText, source.pixelText, source.vertexMain,
-                            source.pixelMain};
-    if (qbHlslTranslate(text, &translated) != 0) {
+    if (qbHlslTranslate(hlslSource(source), &translated) != 0) {
         for (const QbHlslError& error : translated.errors)
             *errors += qbHlslErrorText(error) + "\n";
         return -1;
@@ -129,6 +139,7 @@ static int createHlsl(const QbGpuSource& source, video::IGPUProgrammingServices*
     if (!program->isDirect3D && !layersAgree(source, *program, errors)) return -1;
     program->initial = program->held;
 
+    const QbSpan span("shaders: driver");
     const bool own = program->isDirect3D;
     const int type = services->addHighLevelShaderMaterial(
         own ? source.vertexText : translated.vertex.glsl.c_str(), own ? source.vertexMain : "main",

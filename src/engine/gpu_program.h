@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 // GPU programs as materials of the engine, and their constants by location. The one place that knows which
 // language the driver speaks.
@@ -35,6 +36,9 @@ struct QbGpuProgramDeleter {
     void operator()(QbGpuProgram* program) const;
 };
 using QbGpuProgramPtr = std::unique_ptr<QbGpuProgram, QbGpuProgramDeleter>;
+
+// Begins in threads what qbGpuProgramCreate will be asked for, best in this order. The texts are copied.
+void qbGpuProgramsPrepare(const std::vector<QbGpuSource>& sources);
 
 // Compiles both programs into a material type of the open device. -1 on failure, with one line a reason in
 // `errors`: "file(line,column): reason" in the author's line numbers. `callback` is held by the material and

@@ -107,5 +107,9 @@ struct QbHlslProgram {
 // 0, or -1 with `errors` filled and both stages empty. Any text at all may be given. One thread at a time.
 int qbHlslTranslate(const QbHlslSource& source, QbHlslProgram* program);
 
+// Begins to translate in threads of its own what qbHlslTranslate will be asked for, best in this order; that
+// call then takes what is made. The texts are copied. A later call drops what was not asked for.
+void qbHlslTranslateAhead(const QbHlslSource* sources, size_t count);
+
 // "file(line,column): reason", without the numbers that are 0.
 std::string qbHlslErrorText(const QbHlslError& error);

@@ -4,13 +4,14 @@
 #include <glslang/Public/ShaderLang.h>
 #include <glslang/SPIRV/GlslangToSpv.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 
 // Direct3D rounds the quotient toward 0, for fmod and % alike; see keepRemainderSign. Through functions,
 // since the compiler folds either one of two constants wrongly.
-static const char prelude[] = R"(#pragma pack_matrix(row_major)
+static const char remainders[] = R"(
 float qbFmod(float a, float b) { return a % b; }
 float2 qbFmod(float2 a, float2 b) { return a % b; }
 float3 qbFmod(float3 a, float3 b) { return a % b; }
@@ -129,6 +130,12 @@ static void keepRemainderSign(std::vector<uint32_t>* spirv) {
     }
 }
 
+static std::string preludeOf(const HlslScan& scan) {
+    const auto isRemainder = [](const HlslToken& token) { return token.text == "qbFmod"; };
+    const bool needed = std::any_of(scan.tokens.begin(), scan.tokens.end(), isRemainder);
+    return std::string("#pragma pack_matrix(row_major)\n") + (needed ? remainders : "");
+}
+
 static void setUp(glslang::TShader* shader, EShLanguage language, const std::string& entry) {
     shader->setEntryPoint(entry.c_str());
     shader->setSourceEntryPoint(entry.c_str());
@@ -153,8 +160,9 @@ bool hlslCompile(HlslStage stage, const HlslScan& scan, std::string_view entry, 
     }
     const EShLanguage language = isVertex ? EShLangVertex : EShLangFragment;
     const auto messages = static_cast<EShMessages>(EShMsgReadHlsl | EShMsgSpvRules | EShMsgHlslDX9Compatible);
-    const char* const strings[] = {prelude, scan.text.c_str()};
-    const int lengths[] = {static_cast<int>(sizeof prelude - 1), static_cast<int>(scan.text.size())};
+    const std::string prelude = preludeOf(scan);
+    const char* const strings[] = {prelude.c_str(), scan.text.c_str()};
+    const int lengths[] = {static_cast<int>(prelude.size()), static_cast<int>(scan.text.size())};
 
     // A program goes before its shader.
     const auto shader = std::make_unique<glslang::TShader>(language);

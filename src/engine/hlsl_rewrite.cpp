@@ -578,7 +578,7 @@ bool Rewriter::run() {
 // --- Text ------------------------------------------------------------------------------------------------
 
 // Every word on its author's line, and in its column where that is still free.
-static bool writeText(HlslScan* scan) {
+bool hlslWriteText(HlslScan* scan) {
     std::string& text = scan->text;
     int line = 1;
     size_t lineStart = 0;
@@ -605,7 +605,7 @@ static bool writeText(HlslScan* scan) {
 }
 
 bool hlslRewrite(HlslScan* scan) {
-    return Rewriter(scan).run() && writeText(scan);
+    return Rewriter(scan).run() && hlslWriteText(scan);
 }
 
 bool hlslScan(std::string_view file, std::string_view text, HlslScan* scan) {

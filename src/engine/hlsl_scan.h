@@ -69,6 +69,13 @@ bool hlslPreprocess(HlslScan* scan);
 bool hlslCheckShape(HlslScan* scan);
 bool hlslCheckGrowth(HlslScan* scan);
 bool hlslRewrite(HlslScan* scan);
+// Writes `text` from `tokens`: the end of the last pass.
+bool hlslWriteText(HlslScan* scan);
+
+// What each of the two programs of one text needs, on its lines and in its columns. The scan must outlive
+// both.
+void hlslPrune(const HlslScan& scan, std::string_view vertexEntry, std::string_view pixelEntry,
+               HlslScan* vertex, HlslScan* pixel);
 
 // Always false, so that a pass can end with it.
 bool hlslFail(HlslScan* scan, const HlslToken& where, std::string reason);

@@ -2,6 +2,7 @@
 
 #include "engine/engine.h"
 #include "platform/path.h"
+#include "platform/span.h"
 #include "platform/window/window.h"
 
 #include <irrlicht/irrlicht.h>
@@ -20,6 +21,7 @@ static s32 nearEdge(u32 screen, u32 size) {
 }
 
 static void drawFrame() {
+    const QbSpan span("loading picture");
     if (qbWindowLost()) return;
     QbEngine* engine = qbEngineGet();
     engine->driver->beginScene(true, true, video::SColor(255, 0, 0, 0));

@@ -72,6 +72,13 @@ static QbGpuSource sourceOf(const QbIrrShader& shader) {
     return source;
 }
 
+void qbIrrShadersPrepare(const std::vector<const QbIrrShader*>& shaders) {
+    std::vector<QbGpuSource> sources;
+    for (const QbIrrShader* shader : shaders)
+        if (shader->vertexText && shader->pixelText) sources.push_back(sourceOf(*shader));
+    qbGpuProgramsPrepare(sources);
+}
+
 // What a record sets only now and then, or the engine only with a change of the material type, would reach
 // the next record: arrays from code, and assembly.
 static bool canShare(const QbIrrShader& shader) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 // The GPU half of a shader: from the texts of its record to a material type.
 
 namespace irr {
@@ -10,6 +12,9 @@ class SMaterial;
 
 class ITextureCUBE;
 struct QbIrrShader;
+
+// Begins in threads what qbIrrShaderSetupGpuMaterial will do for these records, best in this order.
+void qbIrrShadersPrepare(const std::vector<const QbIrrShader*>& shaders);
 
 // Compiles the texts, stores the material type and frees the texts. Records of the same texts share one
 // material type, each with its own values, but for assembly and arrays set from code. Once, after a

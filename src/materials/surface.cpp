@@ -6,6 +6,7 @@
 #include "materials/shader_gpu.h"
 #include "platform/message.h"
 #include "platform/path.h"
+#include "platform/span.h"
 #include "platform/text.h"
 
 #include <algorithm>
@@ -39,6 +40,7 @@ static void copyParams(QbSurfaceCtx* ctx, const QbSurfaceValues* values) {
 static void loadTexture(QbSurfaceCtx* ctx, int slot, const QbSurfaceValues* values) {
     const char* image = values->params[slot].textureImage;
     if (!image) return;
+    const QbSpan span("textures");
     IVideoDriver* driver = qbEngineGet()->driver;
     const bool mipMaps = driver->getTextureCreationFlag(irr::video::ETCF_CREATE_MIP_MAPS);
     // Reflections stay sharp however far away the surface is.
@@ -72,6 +74,7 @@ using ImagePtr = std::unique_ptr<IImage, ImageDrop>;
 } // namespace
 
 ITextureCUBE* qbSurfaceLoadCubeMap(const char* fileName) {
+    const QbSpan span("cube maps");
     const std::string name = fileName;
     const size_t point = std::min(name.rfind('.'), name.size());
     const std::string ending = "." + name.substr(std::min(point + 1, name.size()));

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <memory>
-#include <string>
+#include <vector>
 
 using namespace irr;
 
@@ -80,84 +80,106 @@ static void groupTargets(QbLppState* state) {
 
 namespace {
 
-// The names of a variant's bits, null-terminated.
-struct Defines {
-    std::array<const char*, 8> names{};
-    size_t count = 0;
+// One program of the renderer. The names of the variant's bits are null-terminated.
+struct Wanted {
+    QbIrrShader** shader;
+    const char* file;
+    const char* kind; // for messages
+    std::array<const char*, 8> defines{};
+    bool isVariant; // otherwise its conditional lines stay covered
 
-    void add(const char* name) { names[count++] = name; }
+    const char* const* names() const { return isVariant ? defines.data() : nullptr; }
 };
+
+using WantedList = std::vector<Wanted>;
+using Bits = std::initializer_list<const char*>;
 
 } // namespace
 
-static Defines definesOf(int index, std::initializer_list<const char*> bits, const char* always = nullptr) {
-    Defines defines;
-    if (always) defines.add(always);
+static Wanted plain(QbIrrShader** shader, const char* file) {
+    return {shader, file, "", {}, false};
+}
+
+static Wanted variant(QbIrrShader** shader, const char* file, int index, Bits bits,
+                      const char* always = nullptr, const char* kind = "") {
+    Wanted wanted = {shader, file, kind, {}, true};
+    size_t count = 0;
+    if (always) wanted.defines[count++] = always;
     int bit = 1;
     for (const char* name : bits) {
-        if (index & bit) defines.add(name);
+        if (index & bit) wanted.defines[count++] = name;
         bit <<= 1;
     }
-    return defines;
+    return wanted;
 }
 
-static bool createShader(QbIrrShader** shader, const char* file, const char* const* defines,
-                         const char* kind = "") {
-    QbIrrShader* created = qbIrrShaderCreate(file, defines);
-    if (!created) {
-        qbMessage(
-            "the built-in shader %s is missing or can not be used: put the directory \"shaders\" that comes "
-            "with the program beside it",
-            file);
-        qbMessage("failed to create shader %s%s", kind, file);
-        return false;
+static WantedList listShaders(QbLppState* state) {
+    const Bits depthBits = {"TEX_NORM", "TEX_SPEC", "TEX_GLOS", "DOF"};
+    const char* const finalPass = "LppFinalPass.hlsl";
+    static const char* const lights[QB_LIGHT_VARIANTS] = {"DISTANT", "POINT", "SPOTLIGHT"};
+    WantedList list;
+    list.push_back(plain(&state->depthClear, "LppDepthClear.hlsl"));
+    for (int i = 0; i < QB_DEPTH_VARIANTS; ++i)
+        list.push_back(variant(&state->depthPass[i], "LppDepthPass.hlsl", i, depthBits));
+    list.push_back(variant(&state->lightClear, "LppLightClear.hlsl", QB_DEPTH_VARIANTS - 1, depthBits));
+    for (int i = 0; i < QB_LIGHT_VARIANTS; ++i)
+        list.push_back(variant(&state->lightPass[i], "LppLightPass.hlsl", 0, {}, lights[i]));
+    for (int i = 0; i < QB_FINAL_VARIANTS; ++i)
+        list.push_back(
+            variant(&state->finalPass[i], finalPass, i, {"TEX_COLOR", "TEX_LUMINOSITY", "TEX_DIFFUSE"}));
+    for (int i = 0; i < QB_FINAL_REFLECT_VARIANTS; ++i)
+        list.push_back(
+            variant(&state->finalReflectPass[i], finalPass, i,
+                    {"TEX_COLOR", "TEX_LUMINOSITY", "TEX_DIFFUSE", "TEX_REFLECTIVITY", "TEX_NORMAL"},
+                    "TEX_REFLECIMG", "reflec "));
+    list.push_back(plain(&state->glowAlphaMul, "GlowAlphaMul.hlsl"));
+    list.push_back(plain(&state->glowHVBlur, "GlowHVBlur.hlsl"));
+    list.push_back(plain(&state->glowHBlur, "GlowHBlur.hlsl"));
+    list.push_back(plain(&state->glowVBlur, "GlowVBlur.hlsl"));
+    list.push_back(plain(&state->glowCompose, "GlowCompose.hlsl"));
+    list.push_back(plain(&state->screenCopy, "ScreenCopy.hlsl"));
+    return list;
+}
+
+static bool readShader(const Wanted& wanted) {
+    *wanted.shader = qbIrrShaderCreate(wanted.file, wanted.names());
+    if (*wanted.shader) return true;
+    qbMessage(
+        "the built-in shader %s is missing or can not be used: put the directory \"shaders\" that comes "
+        "with the program beside it",
+        wanted.file);
+    qbMessage("failed to create shader %s%s", wanted.kind, wanted.file);
+    return false;
+}
+
+static bool compileShader(const Wanted& wanted) {
+    if (qbIrrShaderSetupGpuMaterial(*wanted.shader) == 0) return true;
+    qbMessage("failed to set gpu for shader %s%s", wanted.kind, wanted.file);
+    return false;
+}
+
+// The records that are compiled belong to the device.
+static void freeUncompiled(const WantedList& list) {
+    for (const Wanted& wanted : list) {
+        if (!*wanted.shader || (*wanted.shader)->materialType >= 0) continue;
+        qbIrrShaderFree(*wanted.shader);
+        *wanted.shader = nullptr;
     }
-    if (qbIrrShaderSetupGpuMaterial(created) != 0) {
-        qbMessage("failed to set gpu for shader %s%s", kind, file);
-        qbIrrShaderFree(created);
-        return false;
-    }
-    *shader = created;
-    return true;
 }
 
-// The variants that are numbered by bits.
-static bool createVariants(QbIrrShader** shaders, int count, const char* file,
-                           std::initializer_list<const char*> bits, const char* always = nullptr,
-                           const char* kind = "") {
-    for (int i = 0; i < count; ++i)
-        if (!createShader(&shaders[i], file, definesOf(i, bits, always).names.data(), kind)) return false;
-    return true;
-}
-
-static bool createLightPass(QbLppState* state) {
-    static const char* const kinds[QB_LIGHT_VARIANTS] = {"DISTANT", "POINT", "SPOTLIGHT"};
-    for (int i = 0; i < QB_LIGHT_VARIANTS; ++i) {
-        const char* const defines[] = {kinds[i], nullptr};
-        if (!createShader(&state->lightPass[i], "LppLightPass.hlsl", defines)) return false;
-    }
-    return true;
-}
-
+// All are read first: while the driver takes one program, the next ones are translated.
 static bool createShaders(QbLppState* state) {
-    const std::initializer_list<const char*> depthBits = {"TEX_NORM", "TEX_SPEC", "TEX_GLOS", "DOF"};
-    const char finalPass[] = "LppFinalPass.hlsl";
-    return createShader(&state->depthClear, "LppDepthClear.hlsl", nullptr) &&
-           createVariants(state->depthPass, QB_DEPTH_VARIANTS, "LppDepthPass.hlsl", depthBits) &&
-           createShader(&state->lightClear, "LppLightClear.hlsl",
-                        definesOf(QB_DEPTH_VARIANTS - 1, depthBits).names.data()) &&
-           createLightPass(state) &&
-           createVariants(state->finalPass, QB_FINAL_VARIANTS, finalPass,
-                          {"TEX_COLOR", "TEX_LUMINOSITY", "TEX_DIFFUSE"}) &&
-           createVariants(state->finalReflectPass, QB_FINAL_REFLECT_VARIANTS, finalPass,
-                          {"TEX_COLOR", "TEX_LUMINOSITY", "TEX_DIFFUSE", "TEX_REFLECTIVITY", "TEX_NORMAL"},
-                          "TEX_REFLECIMG", "reflec ") &&
-           createShader(&state->glowAlphaMul, "GlowAlphaMul.hlsl", nullptr) &&
-           createShader(&state->glowHVBlur, "GlowHVBlur.hlsl", nullptr) &&
-           createShader(&state->glowHBlur, "GlowHBlur.hlsl", nullptr) &&
-           createShader(&state->glowVBlur, "GlowVBlur.hlsl", nullptr) &&
-           createShader(&state->glowCompose, "GlowCompose.hlsl", nullptr) &&
-           createShader(&state->screenCopy, "ScreenCopy.hlsl", nullptr);
+    const WantedList list = listShaders(state);
+    bool good = std::all_of(list.begin(), list.end(), readShader);
+    if (good) {
+        std::vector<const QbIrrShader*> records;
+        for (const Wanted& wanted : list)
+            records.push_back(*wanted.shader);
+        qbIrrShadersPrepare(records);
+        good = std::all_of(list.begin(), list.end(), compileShader);
+    }
+    if (!good) freeUncompiled(list);
+    return good;
 }
 
 // --- quads ----------------------------------------------------------------------------------------------

@@ -5,6 +5,7 @@
 #include "platform/file_bytes.h"
 #include "platform/message.h"
 #include "platform/path.h"
+#include "platform/span.h"
 #include "platform/text.h"
 
 #include <cerrno>
@@ -101,6 +102,7 @@ IAnimatedMesh* qbMeshFileLoad(const std::string& path) {
     ISceneManager* smgr = qbEngineGet()->smgr;
     IAnimatedMesh* mesh = smgr->getMeshCache()->getMeshByName(path.c_str());
     if (mesh) return mesh;
+    const QbSpan span("meshes");
     mesh = hasXEnding(path) ? loadX(smgr, path) : smgr->getMesh(path.c_str());
     if (mesh) bakeStatic(mesh);
     return mesh;

@@ -4,6 +4,7 @@
 #include "engine/lights.h"
 #include "platform/memory.h"
 #include "platform/message.h"
+#include "platform/span.h"
 #include "platform/text.h"
 #include "scene/runtime/fx_emitters.h"
 #include "scene/runtime/objects.h"
@@ -239,9 +240,14 @@ static void loadEmitters(const QbSceneSlot* slot, int number) {
     }
 }
 
+static QbSceneHandle* openScene(const char* filename) {
+    const QbSpan span("scene files");
+    return qbSceneOpen(filename);
+}
+
 static int loadScene(const char* filename, QbSceneSlot* record, int slot, int firstObject, int firstLight,
                      int firstEmitter, int reuseObjects, const char* directory) {
-    record->scene = qbSceneOpen(filename);
+    record->scene = openScene(filename);
     if (!record->scene) return -1;
 
     // From here on the slot is searched for meshes: later objects share those of earlier ones.
