@@ -253,10 +253,10 @@ static bool isFlat(const std::vector<Counts>& rounds) {
         const auto at = static_cast<size_t>(i);
         for (size_t round = SETTLED_ROUND; round < rounds.size(); ++round) {
             const int64_t growth = rounds[round][at] - rounds[SETTLED_ROUND - 1][at];
-            if (std::abs(growth) <= countInfo(i).margin) continue;
+            const int64_t margin = countInfo(i).margin;
+            if (growth == 0 || (margin > 0 && growth <= margin)) continue;
             std::fprintf(stderr, "NOT FLAT: %s is %+lld in round %zu, %lld allowed\n", countInfo(i).name,
-                         static_cast<long long>(growth), round + 1,
-                         static_cast<long long>(countInfo(i).margin));
+                         static_cast<long long>(growth), round + 1, static_cast<long long>(margin));
             flat = false;
             break;
         }

@@ -39,7 +39,7 @@ using Counts = std::array<int64_t, COUNTS>;
 
 struct CountInfo {
     const char* name;
-    int64_t margin;  // by which a value may differ and still be called flat
+    int64_t margin;  // by which a value may grow and still be called flat; 0: it must not change
     const char* why; // of a margin above 0
 };
 

@@ -1,7 +1,7 @@
 #pragma once
 
-// Marks of what the program spends its time on ("meshes"), for whoever measures it. Without a sink a mark costs
-// a comparison.
+// Marks of what the program spends its time on ("meshes"), for whoever measures it. Without a sink a mark
+// costs a comparison.
 
 // Called as a span of this name begins (isBegin 1) and ends (0). Spans nest. The name lives for ever.
 typedef void (*QbSpanSink)(const char* name, int isBegin);

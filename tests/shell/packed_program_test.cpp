@@ -14,6 +14,11 @@ namespace {
 using Names = std::vector<std::string>;
 const Names PLAYING = {"TheDemoExtractDir.2"}; // the tunes are all that lies there while a show plays
 
+const std::string_view
+    WHITE_PIXEL("\x89PNG\r\n\x1a\n\0\0\0\x0dIHDR\0\0\0\1\0\0\0\1\x08\2\0\0\0\x90wS\xde\0\0\0\x0c"
+                "IDATx\x9c\x63\xf8\xff\xff?\0\5\xfe\2\xfe\x0d\xef\x46\xb8\0\0\0\0IEND\xae\x42\x60\x82",
+                69);
+
 class PackedProgram : public Program {
 protected:
     void SetUp() override {
@@ -21,7 +26,7 @@ protected:
         fs::create_directory("temporary");
         writeBox("show/xport/Box.Layer1.x", {1, 1, 1});
         writeScene("show/xport/red.quab", "box", {1, 0, 0});
-        directory.write("show/loading.png");
+        directory.write("show/loading.png", WHITE_PIXEL);
         directory.write("show/music/silence.mp3");
         directory.write("hall/quab-setup.ini", "[Setup]\ndisplay=320 240 32\nwindowed=1\n");
         setenv("TMPDIR", (directory.path() + "/temporary").c_str(), 1);

@@ -105,3 +105,28 @@ sampler B : register(s3), C { MinFilter = Linear; };
     EXPECT_EQ(scan.samplers[1].state.minFilter, QB_HLSL_FILTER_UNSET);
     EXPECT_EQ(scan.samplers[2].state.minFilter, QB_HLSL_FILTER_LINEAR);
 }
+
+TEST(HlslPrune, LeavesEachProgramWhatItNeedsInItsPlace) {
+    const std::string text =
+        "float A; float B;\n"
+        "struct In { float4 p : POSITION; }; float4 C[2];\n"
+        "float once(float x) { if (x) { return B; } return 1; }\n"
+        "float4 vertexMain(In i) : POSITION { return i.p * A; } float both() { return A; }\n"
+        "float never();\n"
+        "float4 pixelMain() : COLOR0 { return once(both()); }\n";
+    HlslScan whole, vertex, pixel;
+    ASSERT_TRUE(hlslScan("test.hlsl", text, &whole));
+    hlslPrune(whole, "vertexMain", "pixelMain", &vertex, &pixel);
+    EXPECT_EQ(vertex.text, "float A;\n"
+                           "struct In { float4 p : POSITION; };\n\n"
+                           "float4 vertexMain(In i) : POSITION { return i.p * A; }\n"
+                           "float never();\n");
+    // And what neither uses, for its errors.
+    EXPECT_EQ(pixel.text,
+              "float A; float B;\n"
+              "                                    float4 C[2];\n"
+              "float once(float x) { if (x) { return B; } return 1; }\n"
+              "                                                       float both() { return A; }\n"
+              "float never();\n"
+              "float4 pixelMain() : COLOR0 { return once(both()); }\n");
+}

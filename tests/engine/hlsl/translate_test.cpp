@@ -107,3 +107,23 @@ float4 pixelMain(float2 uv : VPOS) : COLOR0 {
     EXPECT_EQ(samplersOf(program.pixel), "Last C2 0\nFixed 21 0\nCube C3 0\nCubeToo C4 0\nPair[0] 25 2\n"
                                          "Volume 30 0\n");
 }
+
+TEST(HlslTranslate, AheadGivesTheSameWhetherAskedForOrNot) {
+    std::vector<std::string> texts;
+    for (int i = 0; i < 12; ++i)
+        texts.push_back(withPlainVertex("float4 pixelMain() : COLOR0 { return " + std::to_string(i) +
+                                        (i % 4 == 3 ? "\n+ Missing; }" : "; }")));
+    std::vector<QbHlslSource> sources;
+    for (const std::string& text : texts)
+        sources.push_back(sourceOf(text));
+    for (int round = 0; round < 3; ++round) {
+        qbHlslTranslateAhead(sources.data(), sources.size());
+        for (size_t i = 1; i < sources.size(); i += 2) { // every other one is never asked for
+            QbHlslProgram program;
+            const bool isGood = i % 4 != 3;
+            EXPECT_EQ(qbHlslTranslate(sources[i], &program), isGood ? 0 : -1);
+            EXPECT_EQ(errorsOf(program), isGood ? "" : "test.hlsl(2,3): unknown variable 'Missing'\n");
+            if (isGood) expectIn(program.pixel.glsl, {("vec4(" + std::to_string(i) + ".0)").c_str()});
+        }
+    }
+}
