@@ -11,7 +11,8 @@
 #include <thread>
 #include <unordered_map>
 
-constexpr size_t STAGES_KEPT_MAX = 1024; // some KB each
+constexpr size_t STAGES_KEPT_MAX = 1024;     // some KB each
+constexpr size_t STAGE_TEXT_MAX = 64 * 1024; // of one that is kept
 constexpr size_t AHEAD_THREADS_MAX = 3;
 
 std::string qbHlslErrorText(const QbHlslError& error) {
@@ -72,6 +73,7 @@ public:
         return true;
     }
     void keep(const std::string& key, const HlslGlsl& glsl) {
+        if (key.size() > STAGE_TEXT_MAX) return;
         const std::lock_guard lock(mutex_);
         if (made_.size() >= STAGES_KEPT_MAX) made_.clear();
         made_.emplace(key, glsl);
@@ -165,7 +167,7 @@ struct Job {
 // Threads that take jobs in their order until none waits, beside the one that asks for the results.
 class Ahead {
 public:
-    Ahead() { stages(); } // outlives the threads
+    Ahead();
     ~Ahead() { join(); }
     void start(const QbHlslSource* sources, size_t count);
     // Moves the result out. False when there is none: the caller then translates.
@@ -183,13 +185,27 @@ private:
     std::vector<std::thread> threads_;
 };
 
+// The compilers make their tables at the first program: on this thread, so that they outlive the others, and
+// that no lock is left behind by a thread that finds no memory for them.
+Ahead::Ahead() {
+    static constexpr std::string_view text = "float4 v(float4 p : POSITION) : POSITION { return p; }\n"
+                                             "float4 p() : COLOR0 { return 0; }\n";
+    QbHlslProgram program;
+    translate({"", text, text, "v", "p"}, &program);
+}
+
 void Ahead::join() {
     {
         const std::lock_guard lock(mutex_);
         jobs_.remove_if([](const Job& job) { return job.state != Job::Running; });
     }
-    for (std::thread& thread : threads_)
-        thread.join();
+    for (std::thread& thread : threads_) {
+        // A process may end on one of them, for want of memory.
+        if (thread.get_id() == std::this_thread::get_id())
+            thread.detach();
+        else
+            thread.join();
+    }
     threads_.clear();
     jobs_.clear();
 }
@@ -215,7 +231,7 @@ void Ahead::work() {
         Job::State state = Job::Done;
         try {
             translate(next->source(), &program);
-        } catch (const std::bad_alloc&) {
+        } catch (...) {
             state = Job::Failed; // whoever asks for it tries again, and tells
         }
         lock.lock();

@@ -108,7 +108,8 @@ struct QbHlslProgram {
 int qbHlslTranslate(const QbHlslSource& source, QbHlslProgram* program);
 
 // Begins to translate in threads of its own what qbHlslTranslate will be asked for, best in this order; that
-// call then takes what is made. The texts are copied. A later call drops what was not asked for.
+// call then takes what is made. The texts are copied. A later call drops what was not asked for;
+// without sources it does nothing else.
 void qbHlslTranslateAhead(const QbHlslSource* sources, size_t count);
 
 // "file(line,column): reason", without the numbers that are 0.

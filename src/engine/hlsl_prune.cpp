@@ -22,8 +22,9 @@ class Pruner {
 public:
     explicit Pruner(const HlslScan& scan) : scan_(scan), tokens_(scan.tokens) { split(); }
 
-    // Which declarations the function needs, and those that it needs; what stays anyway counts as needed.
-    std::vector<bool> needed(std::string_view entry) const;
+    // Which declarations the function needs, and all that they need; what stays anyway counts as needed.
+    // Those that are not in `elsewhere` are needed as well.
+    std::vector<bool> needed(std::string_view entry, const std::vector<bool>* elsewhere = nullptr) const;
     HlslScan take(const std::vector<bool>& wanted) const;
 
 private:
@@ -77,7 +78,7 @@ Declaration Pruner::declaration(size_t begin) const {
         found.end = i + 1;
         if (endsBody)
             found.names = {function};
-        else if (isRecord || (isPlain && !hasBody))
+        else if (isRecord || (isPlain && !hasBody && (function.empty() || function == "register")))
             nameVariables(&found);
         if (isRecord && begin + 1 < found.end) found.names.push_back(tokens_[begin + 1].text);
         return found;
@@ -93,7 +94,7 @@ void Pruner::split() {
     }
 }
 
-std::vector<bool> Pruner::needed(std::string_view entry) const {
+std::vector<bool> Pruner::needed(std::string_view entry, const std::vector<bool>* elsewhere) const {
     std::vector<bool> wanted(list_.size());
     std::vector<size_t> open;
     const auto want = [&](size_t index) {
@@ -106,7 +107,7 @@ std::vector<bool> Pruner::needed(std::string_view entry) const {
             want(found->second);
     };
     for (size_t i = 0; i < list_.size(); ++i)
-        if (list_[i].names.empty()) want(i);
+        if (list_[i].names.empty() || (elsewhere && !(*elsewhere)[i])) want(i);
     wantName(entry);
     while (!open.empty()) {
         const Declaration& next = list_[open.back()];
@@ -141,10 +142,8 @@ void hlslPrune(const HlslScan& scan, std::string_view vertexEntry, std::string_v
                HlslScan* vertex, HlslScan* pixel) {
     const Pruner pruner(scan);
     const std::vector<bool> forVertex = pruner.needed(vertexEntry);
-    std::vector<bool> forPixel = pruner.needed(pixelEntry);
     // What neither uses is compiled once, for its errors.
-    for (size_t i = 0; i < forPixel.size(); ++i)
-        if (!forVertex[i]) forPixel[i] = true;
+    const std::vector<bool> forPixel = pruner.needed(pixelEntry, &forVertex);
     *vertex = pruner.take(forVertex);
     *pixel = pruner.take(forPixel);
 }

@@ -177,6 +177,7 @@ static bool createShaders(QbLppState* state) {
             records.push_back(*wanted.shader);
         qbIrrShadersPrepare(records);
         good = std::all_of(list.begin(), list.end(), compileShader);
+        qbIrrShadersPrepare({});
     }
     if (!good) freeUncompiled(list);
     return good;

@@ -113,7 +113,8 @@ TEST(HlslPrune, LeavesEachProgramWhatItNeedsInItsPlace) {
         "float once(float x) { if (x) { return B; } return 1; }\n"
         "float4 vertexMain(In i) : POSITION { return i.p * A; } float both() { return A; }\n"
         "float never();\n"
-        "float4 pixelMain() : COLOR0 { return once(both()); }\n";
+        "float4 pixelMain() : COLOR0 { return once(both()); }\n"
+        "float4 dead(In i) { return 0; }\n";
     HlslScan whole, vertex, pixel;
     ASSERT_TRUE(hlslScan("test.hlsl", text, &whole));
     hlslPrune(whole, "vertexMain", "pixelMain", &vertex, &pixel);
@@ -121,12 +122,13 @@ TEST(HlslPrune, LeavesEachProgramWhatItNeedsInItsPlace) {
                            "struct In { float4 p : POSITION; };\n\n"
                            "float4 vertexMain(In i) : POSITION { return i.p * A; }\n"
                            "float never();\n");
-    // And what neither uses, for its errors.
+    // And what neither uses, with what that needs, for its errors.
     EXPECT_EQ(pixel.text,
               "float A; float B;\n"
-              "                                    float4 C[2];\n"
+              "struct In { float4 p : POSITION; }; float4 C[2];\n"
               "float once(float x) { if (x) { return B; } return 1; }\n"
               "                                                       float both() { return A; }\n"
               "float never();\n"
-              "float4 pixelMain() : COLOR0 { return once(both()); }\n");
+              "float4 pixelMain() : COLOR0 { return once(both()); }\n"
+              "float4 dead(In i) { return 0; }\n");
 }
