@@ -5,8 +5,10 @@
 #include "platform/message.h"
 #include "platform/path.h"
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <irrlicht/irrlicht.h>
 #include <memory>
@@ -36,10 +38,12 @@ static bool isNoData(const std::string& path) {
     return std::filesystem::file_size(path, error) > FILE_SIZE_MAX;
 }
 
-// False for a file that does not open.
-static bool readFile(const std::string& path, std::string& bytes) {
+// 0, or errno's number for what is wrong.
+static int readFile(const std::string& path, std::string& bytes) {
+    errno = 0;
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(qbPathOpen(path.c_str(), "rb"), &std::fclose);
-    return file && qbFileBytes(file.get(), FILE_SIZE_MAX, bytes) == 0 && bytes.size() <= FILE_SIZE_MAX;
+    if (qbFileBytes(file.get(), FILE_SIZE_MAX, bytes) != 0) return errno ? errno : EIO;
+    return bytes.size() > FILE_SIZE_MAX ? EFBIG : 0;
 }
 
 namespace {
@@ -68,45 +72,74 @@ private:
 
 class ResolverArchive : public io::IFileArchive {
 public:
-    explicit ResolverArchive(io::IFileSystem* system) : fileSystem(system) {}
+    explicit ResolverArchive(io::IFileSystem* system) : fileSystem(system) {
+        static char zeros[32] = "";
+        nothing = fileSystem->createMemoryReadFile(zeros, sizeof(zeros), "nothing");
+    }
+    ResolverArchive(const ResolverArchive&) = delete;
+    ResolverArchive& operator=(const ResolverArchive&) = delete;
+    ~ResolverArchive() override {
+        if (nothing) nothing->drop();
+    }
 
+    // Irrlicht's frames are not made to be left by an exception.
     io::IReadFile* createAndOpenFile(const io::path& name) override {
-        std::string path, bytes;
-        if (!qbPathResolve(name.c_str(), path)) return nullptr;
-        if (path != name.c_str() && !qbPathIsFile(path)) return nullptr;
-        if (isNoData(path)) return openNothing();
-        if (!readFile(path, bytes)) return nullptr;
-        // Textures are cached under the name of their file: only the full one tells directories apart.
-        const io::path fullName = fileSystem->getAbsolutePath(path.c_str());
-        const char* problem = qbPictureCheck(fullName.c_str(), bytes);
-        if (!problem) return openBytes(fullName, bytes);
-        if (refused.insert(fullName.c_str()).second)
-            qbMessage("The picture '%.512s' %s", fullName.c_str(), problem);
-        return openNothing();
+        std::string fullName;
+        try {
+            return open(name, fullName);
+        } catch (const std::bad_alloc&) {
+            qbMessage("%.512s: out of memory", fullName.empty() ? name.c_str() : fullName.c_str());
+            return openNothing();
+        }
     }
 
     io::IReadFile* createAndOpenFile(u32) override { return nullptr; }
     const io::IFileList* getFileList() const override { return &list; }
 
 private:
+    // Null for what is no file; one that can not be read or is refused must not be left to Irrlicht, which
+    // would read it unchecked.
+    io::IReadFile* open(const io::path& name, std::string& fullName) {
+        std::string path, bytes;
+        if (!qbPathResolve(name.c_str(), path)) return nullptr;
+        if (path != name.c_str() && !qbPathIsFile(path)) return nullptr;
+        // Textures are cached under the name of their file: only the full one tells directories apart.
+        fullName = fileSystem->getAbsolutePath(path.c_str()).c_str();
+        if (isNoData(path)) return openNothing();
+        if (const int error = readFile(path, bytes)) {
+            if (refused.insert(fullName).second)
+                qbMessage("%.512s: the file can not be read: %s", fullName.c_str(), strerror(error));
+            return openNothing();
+        }
+        const char* problem = qbPictureCheck(fullName.c_str(), bytes);
+        if (!problem) return openBytes(fullName, bytes);
+        if (refused.insert(fullName).second) qbMessage("The picture '%.512s' %s", fullName.c_str(), problem);
+        return openNothing();
+    }
+
     // What no reader takes, under a name that none of them looks for. Not empty: some look at the first and
-    // the last bytes whatever the size.
-    io::IReadFile* openNothing() {
-        static char nothing[32] = "";
-        return fileSystem->createMemoryReadFile(nothing, sizeof(nothing), "nothing");
+    // the last bytes whatever the size. One for all, which takes no memory.
+    io::IReadFile* openNothing() noexcept {
+        if (!nothing) return nullptr;
+        nothing->seek(0);
+        nothing->grab();
+        return nothing;
     }
 
     // The very bytes that were checked, whatever happens to the file meanwhile.
-    io::IReadFile* openBytes(const io::path& name, const std::string& bytes) {
-        std::unique_ptr<char[]> copy(new (std::nothrow) char[bytes.size()]);
-        if (!copy) return openNothing();
+    io::IReadFile* openBytes(const std::string& name, const std::string& bytes) {
+        std::unique_ptr<char[]> copy(new char[bytes.size()]);
         bytes.copy(copy.get(), bytes.size());
-        return fileSystem->createMemoryReadFile(copy.release(), static_cast<s32>(bytes.size()), name, true);
+        io::IReadFile* file =
+            fileSystem->createMemoryReadFile(copy.get(), static_cast<s32>(bytes.size()), name.c_str(), true);
+        if (file) (void)copy.release(); // the file's now
+        return file ? file : openNothing();
     }
 
     io::IFileSystem* fileSystem; // owns this archive
+    io::IReadFile* nothing = nullptr;
     ResolverList list;
-    std::set<std::string> refused; // pictures, told of once
+    std::set<std::string> refused; // files, told of once
 };
 
 } // namespace

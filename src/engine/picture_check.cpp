@@ -11,7 +11,7 @@ using std::string_view;
 
 static const char CUT_SHORT[] = "is cut short; copy it again";
 static const char DAMAGED[] = "is damaged; save it anew";
-static const char UNKNOWN[] = "is of a kind that can not be read; save it as a .png, .jpg, or .tga";
+static const char UNKNOWN[] = "is of a kind that can not be read; save it as a .png or .jpg";
 static const char BAD_SIDE[] = "has a side of no or more than 16384 pixels; save it at another size";
 static const char TOO_LARGE[] = "has too many pixels for its kind; save it smaller, or as a .png";
 
@@ -223,8 +223,9 @@ static bool isBmpKind(uint32_t compression, uint32_t bits) {
 
 // A colour for each number that a pixel may have.
 static void fillBmpPalette(std::string& bytes, uint32_t bits) {
+    if (bits > 8) return;
     const uint32_t pixels = little32(bytes, BMP_PIXELS), wanted = BMP_HEADER + (4U << bits);
-    if (bits > 8 || pixels >= wanted) return;
+    if (pixels >= wanted) return;
     bytes.insert(pixels, wanted - pixels, '\0');
     setLittle32(bytes, BMP_PIXELS, wanted);
 }

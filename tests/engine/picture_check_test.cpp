@@ -2,6 +2,8 @@
 #include "support/messages.h"
 #include "support/temporary_directory.h"
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -32,6 +34,7 @@ TEST_F(PictureCheckTest, TakesWholePicturesOnly) {
                              "interlaced-alpha.png",
                              "grey-16-bits.png",
                              "24-bits.bmp",
+                             "32-bits.bmp",
                              "8-bits-few-colors.bmp",
                              "runs-of-8-bits.bmp",
                              "1-bit.bmp",
@@ -56,7 +59,7 @@ TEST_F(PictureCheckTest, TakesWholePicturesOnly) {
 TEST_F(PictureCheckTest, TellsOnceWhatIsWrong) {
     static const char CUT[] = "is cut short; copy it again", DAMAGED[] = "is damaged; save it anew";
     static const char SIDE[] = "has a side of no or more than 16384 pixels; save it at another size";
-    static const char UNKNOWN[] = "is of a kind that can not be read; save it as a .png, .jpg, or .tga";
+    static const char UNKNOWN[] = "is of a kind that can not be read; save it as a .png or .jpg";
     static const char LARGE[] = "has too many pixels for its kind; save it smaller, or as a .png";
     const struct {
         const char* name;
@@ -87,4 +90,15 @@ TEST_F(PictureCheckTest, TellsOnceWhatIsWrong) {
         const std::string path = (std::filesystem::current_path() / name).string();
         EXPECT_EQ(Messages::texts(), std::vector{"The picture '" + path + "' " + c.problem}) << name;
     }
+}
+
+// A plain file that opens, and whose first byte can not be read.
+TEST_F(PictureCheckTest, TellsOnceWhatCanNotBeRead) {
+    const TemporaryDirectory directory;
+    const Messages messages;
+    std::filesystem::create_symlink("/proc/self/mem", "memory.png");
+    for (int i = 0; i < 2; i++)
+        EXPECT_EQ(qbEngineGet()->driver->createImageFromFile("memory.png"), nullptr);
+    const std::string path = std::filesystem::canonical("memory.png").string();
+    EXPECT_EQ(Messages::texts(), std::vector{path + ": the file can not be read: " + strerror(EIO)});
 }
