@@ -425,6 +425,10 @@ bool Rewriter::variables(const HlslTypeName& type, bool known, size_t end) {
 
 // A record, with or without variables of its type behind it.
 bool Rewriter::record(size_t end) {
+    // Nor a record and a global of one name.
+    const HlslToken& tag = read_.peek(1);
+    if (tag.kind == HlslKind::Name && !read_.is(";", 2) && !names_.insert(tag.text).second)
+        return fail(tag, "'" + std::string(tag.text) + "' is declared twice");
     while (read_.at() < end && !read_.is("{") && !read_.is(";"))
         emitUpTo(read_.at() + 1);
     if (read_.is("{")) emitUpTo(read_.behindGroup(read_.at()));
@@ -503,8 +507,11 @@ bool Rewriter::function() {
     if (!checkParameters(open + 1, behind - 1)) return false;
     emitUpTo(behind);
     if (!read_.is(":") && !read_.is("{") && !read_.is(";")) return fail(read_.peek(), "expected '{'");
-    while (!read_.done() && !read_.is("{") && !read_.is(";"))
+    while (!read_.done() && !read_.is("{") && !read_.is(";")) {
         emitUpTo(read_.at() + 1);
+        const bool isSemantic = read_.at() > 0 && in_[read_.at() - 1].text == ":";
+        if (!isSemantic && read_.peek().kind == HlslKind::Name) return fail(read_.peek(), "expected '{'");
+    }
     emitUpTo(read_.is("{") ? read_.behindGroup(read_.at()) : read_.at() + 1);
     return true;
 }
@@ -556,6 +563,8 @@ bool Rewriter::declaration() {
     if (!block && atFunction()) return function();
     const size_t end = statementEnd();
     if (word == "struct") return record(end);
+    if (word == "typedef" && end >= 2 && in_[end - 2].kind == HlslKind::Name)
+        names_.insert(in_[end - 2].text);
     if (block) return emitUpTo(end), true;
     if (isTextureType(word)) return read_.seek(end), true;
     for (const std::string_view type : samplerTypes)

@@ -35,6 +35,10 @@ TEST(HlslErrors, NameTheAuthorsPlace) {
         {"#define F(a, b) a\nfloat x = F(1);\n", "(2,11): the macro 'F' takes 2 arguments, not 1"},
         // Mistakes that the compiler behind does not survive.
         {"float A;\nfloat A() { return 1; }\n", "(2,7): 'A' is declared twice"},
+        {"struct A { float4 a; };\nfloat4 A;\n", "(2,8): 'A' is declared twice"},
+        {"typedef float4 A;\nfloat4 A;\n", "(2,8): 'A' is declared twice"},
+        {"typedef struct { float4 a; } T;\nfloat4 pixelMain() : COLOR0 T { return 0; }\n",
+         "(2,29): expected '{'"},
         {"float4 pixelMain(float2 : TEXCOORD0) : COLOR0 { return 0; }\n",
          "(1,18): a parameter needs a type and a name"},
         {"float4 pixelMain(float2 a : VPOS) : COLOR0 {\n    return 1 + a.z++;\n}\n",
