@@ -58,6 +58,8 @@ static bool entriesMakeSense(const QbStoreBlock& block) {
         if (entry.id > QB_RESOURCE_ID_MAX || entry.offset < end || entry.offset > INT64_MAX ||
             entry.size > INT64_MAX - entry.offset)
             return false;
+        // Two of one name: nobody could tell which one is meant.
+        if (qbStoreFind(block, entry.type, static_cast<int>(entry.id)) != static_cast<int>(i)) return false;
         end = entry.offset + entry.size;
     }
     return true;
